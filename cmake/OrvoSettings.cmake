@@ -1,0 +1,55 @@
+# What every target of the project shares: language, warnings, definitions, places.
+
+set(CMAKE_CXX_STANDARD 17)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_AUTOMOC ON)
+set(CMAKE_AUTORCC ON)
+set(CMAKE_AUTOUIC ON)
+
+# Everything runnable lies in bin/ and finds its neighbours there after the folder is copied elsewhere. DT_RPATH
+# rather than DT_RUNPATH: only the former also serves the libraries that QLibrary loads at run time.
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+if(NOT WIN32)
+  set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
+  set(CMAKE_BUILD_RPATH $ORIGIN)
+  add_link_options(-Wl,--disable-new-dtags)
+endif()
+
+add_library(orvo_settings INTERFACE)
+target_compile_options(orvo_settings INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-qual -Wundef)
+target_compile_definitions(orvo_settings INTERFACE
+  NOMINMAX WIN32_LEAN_AND_MEAN UNICODE _UNICODE
+  QT_NO_NARROWING_CONVERSIONS_IN_CONNECT
+  QT_DEPRECATED_WARNINGS QT_DISABLE_DEPRECATED_BEFORE=0x050F00)
+if(ORVO_SANITIZE)
+  target_compile_options(orvo_settings INTERFACE -fsanitize=address,undefined -fno-omit-frame-pointer)
+  target_link_options(orvo_settings INTERFACE -fsanitize=address,undefined)
+endif()
+
+# The Win32 API: the platform's on Windows; elsewhere Wine's declarations over the emulator's functions.
+add_library(win32_api INTERFACE)
+if(WIN32)
+  target_link_libraries(win32_api INTERFACE winspool advapi32)
+else()
+  find_path(WINE_WINDOWS_INCLUDE_DIR winspool.h
+    PATHS /usr/include/wine/wine/windows /usr/include/wine/windows NO_DEFAULT_PATH REQUIRED)
+  add_library(win32_declarations INTERFACE)
+  target_include_directories(win32_declarations SYSTEM INTERFACE ${WINE_WINDOWS_INCLUDE_DIR})
+  # Wine hides its functions inside one library each; here they are linked from another one.
+  target_compile_definitions(win32_declarations INTERFACE DECLSPEC_HIDDEN=)
+  target_link_libraries(win32_api INTERFACE win32_declarations win32emulator)
+endif()
+
+# orvo_library(NAME SOURCES ... USES ...): one folder of src/ as the target orvo_NAME. Only what it uses is linked, so an
+# include against the order of the folders does not link.
+function(orvo_library name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;USES" ${ARGN})
+  add_library(orvo_${name} STATIC ${ARG_SOURCES})
+  target_include_directories(orvo_${name} PUBLIC ${CMAKE_SOURCE_DIR}/src)
+  target_link_libraries(orvo_${name} PUBLIC ${ARG_USES} PRIVATE orvo_settings)
+endfunction()

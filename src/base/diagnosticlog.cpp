@@ -1,0 +1,83 @@
+#include "base/diagnosticlog.h"
+
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QDebug>
+#include <QDir>
+#include <QFile>
+#include <QMutex>
+#include <QTextStream>
+
+#include <cstdlib>
+
+namespace {
+
+QMutex logMutex;
+
+QString logFolder()
+{
+    return QCoreApplication::applicationDirPath() + QStringLiteral("/logs");
+}
+
+QString levelWord(QtMsgType type)
+{
+    switch (type) {
+    case QtDebugMsg:
+        return QStringLiteral("Debug:");
+    case QtWarningMsg:
+        return QStringLiteral("Warning:");
+    case QtCriticalMsg:
+        return QStringLiteral("Critical:");
+    case QtFatalMsg:
+        // Intended: a fatal message ends the process on the spot and is never written.
+        std::abort();
+    case QtInfoMsg:
+        return QStringLiteral("Info:");
+    }
+    return QString();
+}
+
+void appendLine(const QString &fileName, const QString &line)
+{
+    QFile file(fileName);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Append))
+        return;
+    {
+        QTextStream stream(&file);
+        stream << line << "\r\n";
+    }
+    file.flush();
+    file.close();
+}
+
+} // namespace
+
+void messageOutput(QtMsgType type, const QMessageLogContext &, const QString &message)
+{
+    QMutexLocker locker(&logMutex);
+    const QString level = levelWord(type);
+    const QString fileName = logFileName(QDate::currentDate());
+    const QString time = QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd hh:mm:ss zzz"));
+    // The message comes last, so that a "%1" inside it stays as it is.
+    appendLine(fileName, QStringLiteral("[%1] %2 %3").arg(time).arg(level).arg(message));
+}
+
+QString logFileName(const QDate &date)
+{
+    return logFolder() + QLatin1Char('/') + date.toString(QStringLiteral("yyyy-MM-dd")) + QStringLiteral(".log");
+}
+
+void LogFileManage(int days)
+{
+    QDir folder(logFolder());
+    const QDate thresholdDate = QDate::currentDate().addDays(-days);
+    const QStringList names = folder.entryList({QStringLiteral("*.log")});
+    for (const QString &name : names) {
+        const QString day = QString(name).remove(QStringLiteral(".log"));
+        // A name that is no date gives 0 here and is kept.
+        const qint64 daysPast = thresholdDate.daysTo(QDate::fromString(day, QStringLiteral("yyyy-MM-dd")));
+        qDebug() << "100_LogFileManage thresholdDate: " << daysPast;
+        if (daysPast < 0)
+            folder.remove(name);
+    }
+}
