@@ -1,0 +1,89 @@
+#include "store/journal.h"
+
+#include <QCoreApplication>
+#include <QDate>
+#include <QDebug>
+#include <QDir>
+#include <QFile>
+#include <QMutex>
+#include <QTextStream>
+
+namespace {
+
+const auto dateFormat = QStringLiteral("yyyy-MM-dd");
+const auto suffix = QStringLiteral(".txt");
+const auto recordEnd = QStringLiteral("!+!");
+constexpr int keyLength = 16; // digits of a cloud serial, which a file name begins with
+
+QMutex journalMutex;
+
+QString detailFolder()
+{
+    return QCoreApplication::applicationDirPath() + QStringLiteral("/details");
+}
+
+void logFileError(const QFile &file)
+{
+    qDebug() << file.error();
+    qDebug() << file.errorString();
+}
+
+} // namespace
+
+namespace Journal {
+
+QString detailFileName(const QString &key)
+{
+    return detailFolder() + QLatin1Char('/') + key + QDate::currentDate().toString(dateFormat) + suffix;
+}
+
+void appendDetail(const QString &key, const QString &record)
+{
+    QMutexLocker locker(&journalMutex);
+    QFile file(detailFileName(key));
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Append)) {
+        logFileError(file);
+        return;
+    }
+    {
+        QTextStream stream(&file);
+        stream << record << recordEnd;
+    }
+    file.flush();
+    file.close();
+}
+
+QString readDetails(const QString &key)
+{
+    QMutexLocker locker(&journalMutex);
+    QFile file(detailFileName(key));
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
+        logFileError(file);
+        return QString();
+    }
+    return QTextStream(&file).readAll();
+}
+
+quint32 detailSize(const QString &key)
+{
+    QMutexLocker locker(&journalMutex);
+    QFile file(detailFileName(key));
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
+        return 0;
+    return static_cast<quint32>(file.size());
+}
+
+void clearOldDetails()
+{
+    QDir folder(detailFolder());
+    const QDate threshold = QDate::currentDate().addDays(-1);
+    const QStringList names = folder.entryList({QLatin1Char('*') + suffix});
+    for (const QString &name : names) {
+        const QString day = QString(name).remove(suffix).mid(keyLength);
+        // A name that is no date gives 0 here and is kept.
+        if (threshold.daysTo(QDate::fromString(day, dateFormat)) < 0)
+            folder.remove(name);
+    }
+}
+
+} // namespace Journal
