@@ -1,0 +1,6 @@
+#include "cloud/baseaddress.h"
+
+QString cloudBaseAddress()
+{
+    return QStringLiteral(ORVO_CLOUD_BASE_ADDRESS);
+}

@@ -1,0 +1,35 @@
+#include "cloud/jobbody.h"
+
+#include <algorithm>
+#include <cstring>
+
+JobBody::JobBody(const QByteArray &body, QObject *parent)
+    : QIODevice(parent)
+    , m_body(body)
+{
+    open(QIODevice::ReadOnly | QIODevice::Unbuffered);
+}
+
+qint64 JobBody::bytesAvailable() const
+{
+    return m_body.size() - m_position + QIODevice::bytesAvailable();
+}
+
+qint64 JobBody::readData(char *data, qint64 maxSize)
+{
+    if (atEnd())
+        return -1;
+    const qint64 size = std::min<qint64>(maxSize, m_body.size() - m_position);
+    std::memcpy(data, m_body.constData() + m_position, size_t(size));
+    m_position += int(size);
+    if (atEnd()) {
+        m_body.clear();
+        m_position = 0;
+    }
+    return size;
+}
+
+qint64 JobBody::writeData(const char *, qint64)
+{
+    return -1;
+}

@@ -1,0 +1,116 @@
+#include "cloud/protocol.h"
+
+#include <QJsonArray>
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+namespace {
+
+/// A multiple of three, so that only the last block is padded; small enough to stay in the processor's cache.
+constexpr int base64Block = 3 * 16 * 1024;
+
+qint64 base64Size(qint64 size)
+{
+    return (size + 2) / 3 * 4;
+}
+
+/// Encodes block by block straight into `out`, which has room for base64Size(data.size()) bytes.
+void encodeBase64(const QByteArray &data, char *out)
+{
+    for (int from = 0; from < data.size(); from += base64Block) {
+        const int length = std::min(base64Block, data.size() - from);
+        const QByteArray block = QByteArray::fromRawData(data.constData() + from, length).toBase64();
+        std::memcpy(out, block.constData(), size_t(block.size()));
+        out += block.size();
+    }
+}
+
+/// The submission body of an empty job.
+QByteArray emptySubmission(const QString &cloudSn)
+{
+    using namespace CloudProtocol;
+    const QJsonObject body{
+        {Key::dsNumber, QJsonArray{cloudSn}},      {Key::taskPersist, false},   {Key::async, true},
+        {Key::dataType, QStringLiteral("base64")}, {Key::printData, QString()},
+    };
+    return QJsonDocument(body).toJson();
+}
+
+} // namespace
+
+namespace CloudProtocol {
+
+QByteArray submissionBody(const QString &cloudSn, const QByteArray &job)
+{
+    // Inside a string every quotation mark is escaped, so no serial can look like the key.
+    static const QByteArray opening = "\"printData\": \"";
+    const QByteArray frame = emptySubmission(cloudSn);
+    const int head = frame.indexOf(opening) + opening.size();
+    const int tail = frame.size() - head;
+
+    const qint64 size = frame.size() + base64Size(job.size());
+    if (size > std::numeric_limits<int>::max() - 64)
+        return QByteArray();
+    QByteArray body(int(size), Qt::Uninitialized);
+    char *out = body.data();
+    std::memcpy(out, frame.constData(), size_t(head));
+    encodeBase64(job, out + head);
+    std::memcpy(out + size - tail, frame.constData() + head, size_t(tail));
+    return body;
+}
+
+QByteArray deviceStatusBody(const QString &cloudSn)
+{
+    return QJsonDocument(QJsonObject{{Key::dsNumber, cloudSn}}).toJson();
+}
+
+bool isUsable(const QJsonDocument &answer)
+{
+    return !answer.isEmpty() && !answer.isArray();
+}
+
+QString veltraId(const QJsonDocument &answer)
+{
+    return answer.object().value(Key::data).toObject().value(Key::veltraId).toString();
+}
+
+JobResult jobResult(const QJsonDocument &answer, const QString &cloudSn)
+{
+    const QJsonValue data = answer.object().value(Key::data);
+    // A bare text is always final and already worded for the journal.
+    if (!data.isObject())
+        return {false, data.toString(), data.toString()};
+    const QString status = data.toObject().value(cloudSn).toString();
+    if (status.contains(StatusText::printing))
+        return {true, QString(), QString()};
+    return {false, status, journalStatus(status)};
+}
+
+DeviceState deviceState(const QJsonObject &answer)
+{
+    constexpr int ok = 0;
+    constexpr int unknownDevice = 1001;
+    constexpr int deviceOffline = 4002;
+    switch (answer.value(Key::code).toInt()) {
+    case unknownDevice:
+    case deviceOffline:
+        return DeviceState::Offline;
+    case ok:
+        return answer.value(Key::data).toString() == QLatin1String("17") ? DeviceState::Offline : DeviceState::Online;
+    default:
+        return DeviceState::Unchanged;
+    }
+}
+
+QString journalStatus(const QString &status)
+{
+    if (status == StatusText::offline)
+        return StatusText::deviceOffline;
+    if (status == StatusText::printed)
+        return status;
+    return StatusText::failedPrefix + status;
+}
+
+} // namespace CloudProtocol

@@ -1,0 +1,82 @@
+#pragma once
+
+#include <QByteArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLatin1String>
+#include <QString>
+
+/// The wire format of the cloud print service: HTTP with JSON bodies, without authentication. Pure functions, callable
+/// on any thread. The HTTP status never decides anything: what counts is the network error code and the answer's JSON.
+namespace CloudProtocol {
+
+/// Each follows the base address; the job identifier follows resultPath as it stands, not percent-encoded.
+inline constexpr QLatin1String submissionPath("/v1.1/transparentPrinting");
+inline constexpr QLatin1String resultPath("/v1.1/printResult?veltraId=");
+inline constexpr QLatin1String deviceStatusPath("/v1.1/getNumberStatu");
+
+/// Content type of both kinds of POST.
+inline constexpr QLatin1String contentType("application/json;charset=UTF-8");
+
+namespace Key {
+inline constexpr QLatin1String dsNumber("dsNumber");
+inline constexpr QLatin1String taskPersist("taskPersist");
+inline constexpr QLatin1String async("async");
+inline constexpr QLatin1String dataType("dataType");
+inline constexpr QLatin1String printData("printData");
+inline constexpr QLatin1String code("code");
+inline constexpr QLatin1String data("data");
+inline constexpr QLatin1String veltraId("veltraId");
+/// Added to a submission's answer on this side: the job's label and its length in bytes.
+inline constexpr QLatin1String jobneed("jobneed");
+inline constexpr QLatin1String jobSize("jobSize");
+} // namespace Key
+
+/// The service's own words and those that the journal and the message dialog use in their place; compared exactly.
+namespace StatusText {
+inline const QString printing = QStringLiteral("正在打印");
+inline const QString printed = QStringLiteral("打印成功");
+inline const QString offline = QStringLiteral("离线");
+inline const QString online = QStringLiteral("在线");
+inline const QString failedPrefix = QStringLiteral("打印失败:");
+inline const QString deviceOffline = QStringLiteral("打印失败:设备离线");
+inline const QString fileTooLarge = QStringLiteral("打印失败:打印文件过大");
+inline const QString networkFailure = QStringLiteral("打印失败:网络访问异常");
+/// What the message dialog says of a network failure; the journal has it without the exclamation mark.
+inline const QString networkFailureShown = QStringLiteral("打印失败:网络访问异常!");
+} // namespace StatusText
+
+enum class DeviceState { Unchanged, Offline, Online };
+
+/// How a job stands. While it is printing the texts are empty.
+struct JobResult
+{
+    bool printing = false;
+    QString status;        ///< as the service says it
+    QString journalStatus; ///< as the journal records it
+};
+
+/// Body of a job submission, byte for byte what QJsonDocument::toJson gives. Needs no memory beside the body itself,
+/// about 1.34 times the job. Empty for a job whose body no byte array can hold (from about 1.5 GiB on), which the
+/// service then refuses.
+QByteArray submissionBody(const QString &cloudSn, const QByteArray &job);
+
+/// Body of a device status request.
+QByteArray deviceStatusBody(const QString &cloudSn);
+
+/// False for an answer that says nothing: no JSON, or an array.
+bool isUsable(const QJsonDocument &answer);
+
+/// The job identifier in the answer to a submission; empty when there is none.
+QString veltraId(const QJsonDocument &answer);
+
+/// Reads the answer to a result request for a job of the printer `cloudSn`.
+JobResult jobResult(const QJsonDocument &answer, const QString &cloudSn);
+
+/// Reads the answer to a device status request. A missing "code" reads as 0.
+DeviceState deviceState(const QJsonObject &answer);
+
+/// The journal's wording of a job's final status.
+QString journalStatus(const QString &status);
+
+} // namespace CloudProtocol

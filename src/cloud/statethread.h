@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QJsonDocument>
+#include <QNetworkReply>
+#include <QObject>
+
+class QNetworkAccessManager;
+
+/// Asks the cloud service how one submitted job stands. Despite its name no thread: it lives on the user-interface
+/// thread and belongs to the printer's card, which asks again until the answer is final and then deletes it.
+class StateThread : public QObject
+{
+    Q_OBJECT
+public:
+    /// `baseAddress` is the service's, `veltraId` the job identifier from the submission's answer.
+    StateThread(const QString &baseAddress, const QString &veltraId, QObject *parent = nullptr);
+    ~StateThread() override;
+
+    /// Asks once; stateResule follows. The caller waits for it before it asks again.
+    void request();
+
+signals:
+    /// The answer. The document is empty after a network error, and when the answer is no JSON.
+    void stateResule(QNetworkReply::NetworkError error, const QJsonDocument &jd);
+
+public slots:
+    void cloudReceive(QNetworkReply *reply);
+
+private:
+    QJsonDocument answer(QNetworkReply *reply) const;
+
+    QNetworkAccessManager *m_manager;
+    QNetworkReply *m_reply = nullptr;
+    QString m_address;
+};
