@@ -81,11 +81,11 @@ JobResult jobResult(const QJsonDocument &answer, const QString &cloudSn)
     const QJsonValue data = answer.object().value(Key::data);
     // A bare text is always final and already worded for the journal.
     if (!data.isObject())
-        return {false, data.toString(), data.toString()};
+        return {false, true, data.toString(), data.toString()};
     const QString status = data.toObject().value(cloudSn).toString();
     if (status.contains(StatusText::printing))
-        return {true, QString(), QString()};
-    return {false, status, journalStatus(status)};
+        return {true, false, QString(), QString()};
+    return {false, false, status, journalStatus(status)};
 }
 
 DeviceState deviceState(const QJsonObject &answer)

@@ -52,6 +52,7 @@ enum class DeviceState { Unchanged, Offline, Online };
 struct JobResult
 {
     bool printing = false;
+    bool bareText = false; ///< the answer's "data" was the text itself, not a text per printer
     QString status;        ///< as the service says it
     QString journalStatus; ///< as the journal records it
 };

@@ -1,0 +1,79 @@
+#include "spooler/cprinter.h"
+
+#include "spooler/childprocess.h"
+
+#include <QDebug>
+
+// The set-up entry point of the platform: PrintUIEntry of PRINTUI.DLL, run by RUNDLL32 as a child process. Names go
+// into the command line as they stand; one with a double quote breaks it, and the set-up then makes another queue or
+// none. That is intended: the callers look at what the spooler holds afterwards.
+
+namespace {
+
+constexpr int startTimeout = 30000;     // ms
+constexpr int setupTimeout = 5 * 60000; // ms
+constexpr int testPageTimeout = 30000;  // ms
+
+QString quoted(const QString &text)
+{
+    return QLatin1Char('"') + text + QLatin1Char('"');
+}
+
+QString setupCommand(const QString &name, const QString &port, const QString &model, const QString &inf, bool useInf)
+{
+    QString command = QStringLiteral("RUNDLL32 PRINTUI.DLL,PrintUIEntry /if /b ") + quoted(name);
+    if (useInf)
+        command += QStringLiteral(" /f ") + quoted(inf);
+    command += QStringLiteral(" /r ") + quoted(port) + QStringLiteral(" /m ") + quoted(model);
+    if (useInf)
+        command += QStringLiteral(" /u");
+    return command;
+}
+
+} // namespace
+
+CPrinter::CPrinter(QObject *parent)
+    : QObject(parent)
+{
+}
+
+bool CPrinter::addCloudPrinter(const QString &name, const QString &port, const QString &model, const QString &inf,
+                               bool useInf)
+{
+    qDebug() << "180_CPrinter addCloudPrinter" << name << port << model << inf;
+    const QString command = setupCommand(name, port, model, inf, useInf);
+    qDebug() << "197_CPrinter cmd is" << command;
+
+    // Not owned here: deleting the object would kill a set-up that outlasts the wait. It goes when the set-up ends.
+    auto *process = new QProcess;
+    connect(process, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished), process, &QObject::deleteLater);
+    startCommand(*process, command);
+    if (!process->waitForStarted(startTimeout)) {
+        qDebug() << "202_CPrinter waitForStarted() returned false";
+        process->deleteLater();
+        return false;
+    }
+    if (!waitForFinished(*process, setupTimeout)) {
+        qDebug() << "207_CPrinter waitForFinished(5*60000) returned false";
+        return false;
+    }
+    return true;
+}
+
+void CPrinter::finished(int exitCode, QProcess::ExitStatus exitStatus)
+{
+    qDebug() << "215_CPrinter finished";
+    qDebug() << exitCode;
+    qDebug() << exitStatus;
+    // The label alone: the output of the set-up is intentionally not read.
+    qDebug() << "finished-output-readAll:";
+}
+
+void CPrinter::PrintTestPage(const QString &name)
+{
+    QProcess process;
+    startCommand(process, QStringLiteral("RUNDLL32 PRINTUI.DLL,PrintUIEntry /k /n ") + quoted(name));
+    process.waitForStarted(startTimeout);
+    waitForFinished(process, testPageTimeout);
+    qDebug() << "430_CPrinter" << name << "PrintTestPage";
+}
