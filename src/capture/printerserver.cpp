@@ -1,0 +1,119 @@
+#include "capture/printerserver.h"
+
+#include "base/runningthreads.h"
+#include "capture/printerthread.h"
+#include "capture/relaylink.h"
+#include "spooler/spooljobs.h"
+
+#include <QDebug>
+#include <QTcpSocket>
+
+#include <algorithm>
+
+namespace {
+constexpr int busyRetryInterval = 1000; // ms
+constexpr int acceptPause = 1000;       // ms
+} // namespace
+
+PrinterServer::PrinterServer(const DriverInfo &info, QObject *parent)
+    : QTcpServer(parent)
+    , m_info(info)
+    , m_link(new RelayLink(this))
+    , m_busyTimer(this)
+{
+    m_busyTimer.setInterval(busyRetryInterval);
+    connect(&m_busyTimer, &QTimer::timeout, this, &PrinterServer::on_BusyTimeout);
+    connect(this, &PrinterServer::portBusy, this, &PrinterServer::on_PortBusy);
+    connect(this, &QTcpServer::acceptError, this, &PrinterServer::resumeLater);
+}
+
+PrinterServer::~PrinterServer()
+{
+    qDebug() << "18_PrinterServer destruct";
+    closePending();
+    m_link->detach();
+}
+
+void PrinterServer::stopListening(QList<PrinterServer *> &servers, const DriverInfo &removed)
+{
+    const auto server = std::find_if(servers.begin(), servers.end(), [this](const PrinterServer *candidate) {
+        return candidate->m_info.printerName == m_info.printerName;
+    });
+    if (server != servers.end())
+        servers.erase(server);
+    close();
+    closePending();
+    qDebug() << removed.printerName << "stop listening";
+}
+
+void PrinterServer::on_PortBusy(bool isbusy)
+{
+    qDebug() << "51_PrinterServer PortBusy:" << isbusy;
+    m_busy = isbusy;
+}
+
+void PrinterServer::onDriverInfoChanged(const DriverInfo &info)
+{
+    qDebug() << "43_PrinterServer driver info change";
+    m_info = info;
+}
+
+void PrinterServer::incomingConnection(qintptr handle)
+{
+    closePending();
+    m_pendingDescriptor = handle;
+    qDebug() << "24_PrinterServer incomingConnection" << handle << ";port_busy=" << m_busy;
+    if (m_busy)
+        m_busyTimer.start();
+    else
+        startRelay();
+}
+
+void PrinterServer::on_BusyTimeout()
+{
+    qDebug() << "57_PrinterServer on_BusyTimeout:" << m_pendingDescriptor;
+    if (m_busy)
+        return;
+    m_busyTimer.stop();
+    startRelay();
+}
+
+void PrinterServer::startRelay()
+{
+    auto *thread = new PrinterThread(m_pendingDescriptor, m_info, currentJobLabel(), m_link->jobLock());
+    connect(thread, &QThread::finished, thread, &QObject::deleteLater);
+    // Without a receiver the function runs on the relay thread, and keeps the link for as long as the thread is there.
+    connect(thread, &PrinterThread::cloudResult,
+            [link = m_link](QNetworkReply::NetworkError error, const QJsonDocument &jd) { link->deliver(error, jd); });
+    RunningThreads::track(thread);
+    emit portBusy(true);
+    thread->start(QThread::InheritPriority);
+}
+
+/// Closes the connection that waits, if one does: a later one takes its place, or nobody will serve it.
+void PrinterServer::closePending()
+{
+    if (!m_busyTimer.isActive())
+        return;
+    m_busyTimer.stop();
+    QTcpSocket socket;
+    if (socket.setSocketDescriptor(m_pendingDescriptor))
+        socket.abort();
+}
+
+/// Out of descriptors, say: the base class has stopped accepting and would never begin again.
+void PrinterServer::resumeLater()
+{
+    QTimer::singleShot(acceptPause, this, [this] {
+        if (isListening())
+            resumeAccepting();
+    });
+}
+
+QString PrinterServer::currentJobLabel() const
+{
+    const QList<SpoolJob> jobs = spoolJobs(m_info.printerName);
+    const auto job =
+        std::find_if(jobs.begin(), jobs.end(), [](const SpoolJob &candidate) { return candidate.printing; });
+    return job == jobs.end() ? QString() : job->document + QLatin1Char(';') + job->submissionTime;
+}
