@@ -1,0 +1,172 @@
+#include "cloud/cloudservice.h"
+
+#include "cloud/servicestate.h"
+
+#include <httplib.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+namespace {
+
+constexpr char address[] = "127.0.0.1";
+constexpr int connectionsAtOnce = 128;
+/// A busy machine may pause for a while in the middle of a large job.
+constexpr std::chrono::seconds readTimeout{60};
+
+/// Without the library's SO_REUSEPORT: it lets two services share one port unnoticed.
+void reuseAddressOnly(socket_t socket)
+{
+    const int yes = 1;
+    setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof(yes));
+}
+
+QByteArray contentType(const httplib::Request &request)
+{
+    return QByteArray::fromStdString(request.get_header_value("Content-Type"));
+}
+
+/// The request's body without a copy.
+QByteArray body(const httplib::Request &request)
+{
+    return QByteArray::fromRawData(request.body.data(), int(request.body.size()));
+}
+
+} // namespace
+
+class CloudService::Private
+{
+public:
+    explicit Private(const CloudServiceOptions &options)
+        : state(options)
+    {
+        configure();
+        route();
+    }
+    ~Private() { stop(); }
+
+    bool listen(int wantedPort);
+    void stop();
+
+    ServiceState state;
+    int port = 0;
+
+private:
+    void configure();
+    void route();
+    void reply(const ServiceAnswer &answer, httplib::Response &response);
+
+    httplib::Server m_server;
+    std::thread m_thread;
+    std::mutex m_stopMutex;
+    std::condition_variable m_stopCondition;
+    bool m_stopping = false;
+};
+
+void CloudService::Private::configure()
+{
+    m_server.new_task_queue = [] { return new httplib::ThreadPool(connectionsAtOnce); };
+    m_server.set_socket_options(reuseAddressOnly);
+    m_server.set_read_timeout(readTimeout);
+    // One request a connection: an idle one would hold a thread, and the end of the service, for seconds.
+    m_server.set_keep_alive_max_count(1);
+}
+
+void CloudService::Private::route()
+{
+    using httplib::Request;
+    using httplib::Response;
+    m_server.Post("/v1.1/transparentPrinting", [this](const Request &request, Response &response) {
+        reply(state.submit(contentType(request), body(request)), response);
+    });
+    m_server.Get("/v1.1/printResult", [this](const Request &request, Response &response) {
+        reply(state.result(QString::fromStdString(request.get_param_value("veltraId"))), response);
+    });
+    m_server.Post("/v1.1/getNumberStatu", [this](const Request &request, Response &response) {
+        reply(state.deviceStatus(contentType(request), body(request)), response);
+    });
+}
+
+void CloudService::Private::reply(const ServiceAnswer &answer, httplib::Response &response)
+{
+    std::unique_lock<std::mutex> lock(m_stopMutex);
+    m_stopCondition.wait_for(lock, std::chrono::milliseconds(state.options().delayMs), [this] { return m_stopping; });
+    response.status = answer.status;
+    response.set_content(answer.json.toStdString(), "application/json;charset=UTF-8");
+}
+
+bool CloudService::Private::listen(int wantedPort)
+{
+    if (wantedPort == 0)
+        port = m_server.bind_to_any_port(address);
+    else
+        port = m_server.bind_to_port(address, wantedPort) ? wantedPort : -1;
+    if (port < 0)
+        return false;
+    m_thread = std::thread([this] { m_server.listen_after_bind(); });
+    // Only a running server can be stopped.
+    while (!m_server.is_running())
+        std::this_thread::yield();
+    return true;
+}
+
+void CloudService::Private::stop()
+{
+    {
+        std::lock_guard<std::mutex> lock(m_stopMutex);
+        m_stopping = true;
+    }
+    m_stopCondition.notify_all();
+    m_server.stop();
+    if (m_thread.joinable())
+        m_thread.join();
+}
+
+CloudService::CloudService(const CloudServiceOptions &options)
+    : d(std::make_unique<Private>(options))
+{
+}
+
+CloudService::~CloudService() = default;
+
+bool CloudService::listen(quint16 port)
+{
+    return d->listen(port);
+}
+
+void CloudService::stop()
+{
+    d->stop();
+}
+
+quint16 CloudService::port() const
+{
+    return quint16(d->port);
+}
+
+QString CloudService::baseAddress() const
+{
+    return QStringLiteral("http://%1:%2").arg(QLatin1String(address)).arg(d->port);
+}
+
+CloudServiceOptions CloudService::options() const
+{
+    return d->state.options();
+}
+
+void CloudService::setOptions(const CloudServiceOptions &options)
+{
+    d->state.setOptions(options);
+}
+
+QVector<ReceivedJob> CloudService::jobs() const
+{
+    return d->state.jobs();
+}
+
+CloudServiceCounts CloudService::counts() const
+{
+    return d->state.counts();
+}

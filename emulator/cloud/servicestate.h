@@ -1,0 +1,48 @@
+#pragma once
+
+#include "cloud/cloudservice.h"
+
+#include <QHash>
+#include <QMutex>
+
+struct SubmissionRequest;
+
+/// What the service answers.
+struct ServiceAnswer
+{
+    int status = 200;
+    QByteArray json;
+};
+
+/// The service without its network side: takes requests, remembers what came and makes the answers. Thread-safe.
+class ServiceState
+{
+public:
+    explicit ServiceState(const CloudServiceOptions &options);
+
+    ServiceAnswer submit(const QByteArray &contentType, const QByteArray &body);
+    ServiceAnswer result(const QString &veltraId);
+    ServiceAnswer deviceStatus(const QByteArray &contentType, const QByteArray &body);
+
+    CloudServiceOptions options() const;
+    void setOptions(const CloudServiceOptions &options);
+    QVector<ReceivedJob> jobs() const;
+    CloudServiceCounts counts() const;
+
+private:
+    struct Progress
+    {
+        QString dsNumber;
+        int polls = 0;
+    };
+
+    ServiceAnswer malformed(const QString &reason);
+    ServiceAnswer receive(const SubmissionRequest &request, const QByteArray &body);
+
+    mutable QMutex m_mutex;
+    CloudServiceOptions m_options;
+    CloudServiceCounts m_counts;
+    QVector<ReceivedJob> m_jobs;
+    QHash<QString, Progress> m_progress; ///< of the accepted jobs, by veltraId
+    int m_lastNumber = 0;
+};
