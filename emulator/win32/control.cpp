@@ -1,0 +1,99 @@
+#include "win32/control.h"
+
+#include "win32/call.h"
+#include "win32/model/calls.h"
+#include "win32/model/drivers.h"
+#include "win32/model/faults.h"
+#include "win32/model/jobs.h"
+#include "win32/model/ports.h"
+#include "win32/model/printerdata.h"
+#include "win32/model/printers.h"
+#include "win32/model/schema.h"
+#include "win32/printerhandle.h"
+
+#include <sstream>
+
+namespace Win32Emulator {
+
+void reset()
+{
+    clearHooks();
+    Model::resetState();
+}
+
+void addDriver(const std::string &name)
+{
+    Model::addDriver({name});
+}
+
+void addPort(const std::string &name, const std::string &host, unsigned number)
+{
+    Model::addPort({name, host, number});
+}
+
+void addPrinter(const std::string &name, const std::string &port, const std::string &driver)
+{
+    Model::addPrinter(name, port, driver);
+}
+
+void removePrinter(const std::string &name)
+{
+    Model::removePrinter(name);
+}
+
+void setPrinterData(const std::string &printer, const std::string &value, unsigned type, const std::string &bytes)
+{
+    Model::setPrinterData(Model::findPrinter(printer).id, value, type, bytes);
+}
+
+std::optional<std::pair<unsigned, std::string>> printerData(const std::string &printer, const std::string &value)
+{
+    return Model::printerData(Model::findPrinter(printer).id, value);
+}
+
+unsigned addJob(const std::string &printer, const std::string &document, const std::string &bytes,
+                std::optional<SubmissionTime> submitted)
+{
+    std::istringstream stream(bytes);
+    return Model::addJob(printer, document, stream, submitted.value_or(SubmissionTime()));
+}
+
+void setJobStatus(unsigned job, unsigned status)
+{
+    Model::setJobStatus(job, status);
+}
+
+void removeJob(unsigned job)
+{
+    Model::removeJob(job);
+}
+
+void failCalls(const std::string &function, unsigned error, int skip, int times)
+{
+    Model::addFault(function, error, skip, times);
+}
+
+void beforeCall(const std::string &function, std::function<void()> action)
+{
+    setHook(function, std::move(action));
+}
+
+std::vector<Call> calls(const std::string &function)
+{
+    std::vector<Call> result;
+    for (const auto &[name, arguments] : Model::recordedCalls(function))
+        result.push_back({name, arguments});
+    return result;
+}
+
+void clearCalls()
+{
+    Model::clearCalls();
+}
+
+int openHandles()
+{
+    return static_cast<int>(printerHandles().size());
+}
+
+} // namespace Win32Emulator

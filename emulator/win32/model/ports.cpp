@@ -1,0 +1,42 @@
+#include "win32/model/ports.h"
+
+#include "win32/model/database.h"
+#include "win32/model/error.h"
+
+#include <windows.h>
+
+namespace Win32Emulator::Model {
+
+namespace {
+
+Port readPort(const Statement &row)
+{
+    return {row.text(0), row.text(1), static_cast<unsigned>(row.number(2))};
+}
+
+} // namespace
+
+void addPort(const Port &port)
+{
+    const int added = Database::current().run("INSERT OR IGNORE INTO ports (name, host, number) VALUES (?, ?, ?)",
+                                              port.name, port.host, port.number);
+    if (added == 0)
+        throw Error(ERROR_ALREADY_EXISTS, "there is already a port \"" + port.name + '"');
+}
+
+std::optional<Port> findPort(const std::string &name)
+{
+    Statement row = Database::current().query("SELECT name, host, number FROM ports WHERE name = ?", name);
+    return row.next() ? std::optional(readPort(row)) : std::nullopt;
+}
+
+std::vector<Port> ports()
+{
+    std::vector<Port> result;
+    Statement row = Database::current().query("SELECT name, host, number FROM ports ORDER BY id");
+    while (row.next())
+        result.push_back(readPort(row));
+    return result;
+}
+
+} // namespace Win32Emulator::Model

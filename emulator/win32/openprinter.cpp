@@ -1,0 +1,52 @@
+#include "win32/api.h"
+#include "win32/call.h"
+#include "win32/model/error.h"
+#include "win32/printerhandle.h"
+#include "win32/utf16.h"
+
+#include <cstdio>
+
+using namespace Win32Emulator;
+
+namespace {
+
+std::string hexadecimal(ACCESS_MASK access)
+{
+    char text[16];
+    std::snprintf(text, sizeof text, "0x%x", access);
+    return text;
+}
+
+/// The rights that a wish for access gives. No wish at all gives the right to use the printer.
+ACCESS_MASK grantedAccess(ACCESS_MASK desired)
+{
+    if (desired & (GENERIC_ALL | MAXIMUM_ALLOWED))
+        return PRINTER_ALL_ACCESS;
+    return desired ? desired : PRINTER_READ;
+}
+
+} // namespace
+
+BOOL WINAPI OpenPrinterW(LPWSTR name, HANDLE *handle, LPPRINTER_DEFAULTSW defaults)
+{
+    const ACCESS_MASK desired = defaults ? defaults->DesiredAccess : 0;
+    const std::string printer = fromUtf16(name);
+    if (handle)
+        *handle = nullptr;
+    return boolCall("OpenPrinterW", printer + " access=" + hexadecimal(desired), [&] {
+        if (!handle)
+            throw Model::Error(ERROR_INVALID_PARAMETER, "no place for the handle");
+        // A null name opens the print server itself.
+        const std::int64_t id = name ? Model::findPrinter(printer).id : 0;
+        *handle =
+            printerHandles().add(std::make_shared<PrinterHandle>(PrinterHandle{id, printer, grantedAccess(desired)}));
+    });
+}
+
+BOOL WINAPI ClosePrinter(HANDLE handle)
+{
+    return boolCall("ClosePrinter", describe(handle), [&] {
+        if (!printerHandles().remove(handle))
+            throw Model::Error(ERROR_INVALID_HANDLE, "the handle is not open");
+    });
+}

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "win32/api.h"
+#include "win32/handletable.h"
+#include "win32/model/printers.h"
+
+#include <string>
+
+namespace Win32Emulator {
+
+/// What OpenPrinterW opened: a queue, or the print server when `printer` is 0.
+struct PrinterHandle
+{
+    std::int64_t printer = 0;
+    std::string name; ///< that it was opened by, for the record of calls
+    ACCESS_MASK access = 0;
+};
+
+HandleTable<PrinterHandle> &printerHandles();
+
+/// The name a handle was opened by, for the record of calls.
+std::string describe(HANDLE handle);
+
+/// The queue behind a handle that may read it. Throws ERROR_INVALID_HANDLE, ERROR_ACCESS_DENIED or
+/// ERROR_PRINTER_DELETED. The right to use and the right to administer both allow to read.
+Model::Printer readableQueue(HANDLE handle);
+
+/// The queue behind a handle that may change it: one opened with PRINTER_ACCESS_ADMINISTER. Throws the same errors.
+Model::Printer administeredQueue(HANDLE handle);
+
+} // namespace Win32Emulator
