@@ -1,0 +1,75 @@
+#include "ui/errordialog.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+ErrorDialog::ErrorDialog(const QString &text, QWidget *parent)
+    : QDialog(parent)
+{
+    setWindowFlags(Qt::Dialog | Qt::FramelessWindowHint);
+    setFixedSize(316, 206);
+    setAttribute(Qt::WA_TranslucentBackground);
+
+    auto *background = new QWidget;
+    background->setStyleSheet(QStringLiteral(".QWidget{background-color: rgba(255, 255, 255,0);"
+                                             "background-image:url(:/image/resource/dlgbackground.png);"
+                                             "border:none;border-radius:7px;}"));
+    auto *inner = new QVBoxLayout(background);
+    inner->addSpacing(10);
+    inner->addLayout(closeRow());
+    inner->addLayout(messageRow(text));
+    inner->addLayout(buttonRow());
+    inner->addSpacing(23);
+
+    auto *outer = new QVBoxLayout;
+    outer->setContentsMargins(0, 0, 0, 0); // the picture is as large as the dialog
+    outer->addWidget(background);
+    setLayout(outer);
+}
+
+QLayout *ErrorDialog::closeRow()
+{
+    auto *button = new QPushButton;
+    button->setFixedSize(16, 16);
+    button->setStyleSheet(QStringLiteral("QPushButton{background-color:rgba(255, 255, 255,0);"
+                                         "border-image:url(:/image/resource/dlgexit.png);border:none;}"));
+    connect(button, &QPushButton::clicked, this, &ErrorDialog::close);
+
+    auto *row = new QHBoxLayout;
+    row->addStretch(1);
+    row->addWidget(button);
+    row->addSpacing(10);
+    return row;
+}
+
+QLayout *ErrorDialog::messageRow(const QString &text)
+{
+    auto *label = new QLabel(text);
+    // Without a selector the rule has no effect; the message keeps the application's own colours and size. Intended.
+    label->setStyleSheet(QStringLiteral("{background-color:rgba(100, 100, 55,255);font-size:16px;}"));
+    label->setTextFormat(Qt::PlainText); // names and the cloud's words are shown as they are
+    label->setAlignment(Qt::AlignCenter);
+    label->setWordWrap(true);
+    label->setContentsMargins(20, 0, 20, 0);
+
+    auto *row = new QHBoxLayout;
+    row->addWidget(label, 1);
+    return row;
+}
+
+QLayout *ErrorDialog::buttonRow()
+{
+    auto *button = new QPushButton(QStringLiteral("确定"));
+    button->setFixedSize(65, 30);
+    button->setStyleSheet(QStringLiteral("QPushButton{color:#ffffff;background-color:#0A1728;border-style:solid;"
+                                         "font-size:14px;border-radius:5px;border-width:1px;}"));
+    connect(button, &QPushButton::clicked, this, &ErrorDialog::close);
+
+    auto *row = new QHBoxLayout;
+    row->addStretch(1);
+    row->addWidget(button);
+    row->addStretch(1);
+    return row;
+}

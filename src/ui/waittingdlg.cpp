@@ -1,0 +1,51 @@
+#include "ui/waittingdlg.h"
+
+#include <QLabel>
+#include <QMovie>
+#include <QPainter>
+#include <QStyle>
+#include <QStyleOption>
+
+WaittingDlg::WaittingDlg(QWidget *parent)
+    : QDialog(parent)
+    , m_movie(new QMovie(QStringLiteral(":/image/resource/waitting_01.gif"))) // lives as long as the process
+{
+    setFixedSize(75, 75);
+    setStyleSheet(QStringLiteral("background:white;border-radius:37px"));
+    setWindowFlags(Qt::Dialog | Qt::FramelessWindowHint);
+    setAttribute(Qt::WA_TranslucentBackground); // what lies outside the round shape
+
+    auto *label = new QLabel(this);
+    label->setStyleSheet(QStringLiteral("background:transparent;border-radius:37px"));
+    label->setContentsMargins(0, 0, 0, 0);
+    label->setFixedSize(size());
+    label->setMovie(m_movie);
+}
+
+void WaittingDlg::start()
+{
+    m_movie->start();
+    show();
+}
+
+void WaittingDlg::stop()
+{
+    m_movie->stop();
+    close();
+}
+
+void WaittingDlg::reject()
+{
+    // Escape and every kind of close request come through here.
+    if (m_movie->state() == QMovie::NotRunning)
+        QDialog::reject();
+}
+
+void WaittingDlg::paintEvent(QPaintEvent *)
+{
+    // A translucent window gets no background of its own: the style sheet's round one is drawn by hand.
+    QStyleOption option;
+    option.initFrom(this);
+    QPainter painter(this);
+    style()->drawPrimitive(QStyle::PE_Widget, &option, &painter, this);
+}
