@@ -73,3 +73,8 @@ QLayout *ErrorDialog::buttonRow()
     row->addStretch(1);
     return row;
 }
+
+void showMessage(const QString &text)
+{
+    (new ErrorDialog(text))->exec();
+}

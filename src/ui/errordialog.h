@@ -20,3 +20,6 @@ private:
     QLayout *messageRow(const QString &text);
     QLayout *buttonRow();
 };
+
+/// Shows a message in a dialog of its own and returns when the user has closed it. Meanwhile the event loop runs.
+void showMessage(const QString &text);

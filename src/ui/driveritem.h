@@ -1,0 +1,102 @@
+#pragma once
+
+#include "store/driverinfo.h"
+
+#include <QJsonDocument>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QNetworkRequest>
+#include <QTimer>
+#include <QWidget>
+
+class QCircleProcess;
+class QHBoxLayout;
+class QLineEdit;
+class QPushButton;
+class QVBoxLayout;
+class StateThread;
+
+/// The card of one cloud printer: its name, its serial, the state of the device as the cloud service tells it, and the
+/// actions on it. Behind what is seen it follows each job of the printer from the answer to its submission to its end,
+/// writes the outcome to the journal and tells the capture server when the printer is free again. Main thread.
+class DriverItem : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit DriverItem(const DriverInfo &info, QWidget *parent = nullptr);
+
+signals:
+    /// The record has been changed by the user.
+    void driverInfoChanged(const DriverInfo &info);
+
+    /// The outcome of the printer's removal.
+    void removeResult(bool ok, const QString &message, const DriverInfo &driverinfo);
+
+    /// True when the cloud has taken a job and its result is being followed, false when the job has ended.
+    void portBusy(bool isbusy);
+
+public slots:
+    /// Asks for the state of the device.
+    void onDevStateClicked(bool checked);
+
+    /// Prints the spooler's test page, which takes the road of any job.
+    void onTestClicked(bool checked);
+
+    /// The answer to a job's submission.
+    void onCloudResut(QNetworkReply::NetworkError error, const QJsonDocument &jd);
+
+    /// The answer to one question for a job's result.
+    void onStateResut(QNetworkReply::NetworkError error, const QJsonDocument &jd);
+
+    void on_StateTimeout();
+    void on_DevStateTimeout();
+
+    /// The answer to a question for the state of the device.
+    void devStateReceive(QNetworkReply *reply);
+
+private:
+    /// What the journal and the user are told of a job. A copy: while a message is open the next job may arrive, and
+    /// the card may go.
+    struct JobRecord
+    {
+        QString cloudSn;
+        QString label;
+        int size;
+        QString time; // local, HH:mm:ss
+
+        bool isTestPage() const;
+        void show(const QString &text) const;
+        void journal(const QString &status) const;
+    };
+
+    void buildPanel();
+    void addRow(QVBoxLayout *rows, const QString &caption, QLineEdit *field, QWidget *extra = nullptr);
+    QLayout *buttonRow();
+    void startTimers();
+    void prepareDeviceRequest();
+    QNetworkReply *requestDeviceState();
+
+    JobRecord currentJob() const;
+    void failSubmission(QNetworkReply::NetworkError error);
+    void followJob(const QJsonDocument &jd);
+    void endWithText(const JobRecord &job, const QString &text);
+    void endJob();
+
+    DriverInfo m_info;
+    QCircleProcess *m_printSpinner = nullptr;
+    QCircleProcess *m_deviceSpinner = nullptr;
+    bool m_queryInFlight = false;
+    QString m_jobneed;
+    int m_jobSize = 0;
+    StateThread *m_stateThread = nullptr;
+    QTimer m_stateTimer;
+    QTimer m_deviceTimer;
+    QNetworkAccessManager m_network;
+    QNetworkRequest m_deviceRequest;
+
+    QLineEdit *m_nameField = nullptr;
+    QLineEdit *m_serialField = nullptr;
+    QLineEdit *m_deviceField = nullptr;
+    QLineEdit *m_resultField = nullptr; // stays empty: outcomes go to the journal. Intended.
+};

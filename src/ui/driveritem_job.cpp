@@ -1,0 +1,141 @@
+#include "ui/driveritem.h"
+
+#include "cloud/baseaddress.h"
+#include "cloud/protocol.h"
+#include "cloud/statethread.h"
+#include "store/journal.h"
+#include "ui/errordialog.h"
+#include "ui/qcircleprocess.h"
+
+#include <QDateTime>
+#include <QDebug>
+#include <QJsonObject>
+#include <QPointer>
+
+// How a card follows a print job: the answer to its submission, then the question for its result once a second.
+
+bool DriverItem::JobRecord::isTestPage() const
+{
+    return label.contains(QStringLiteral("测试页;"));
+}
+
+/// Tells the user of a test print's outcome; other jobs end silently on screen.
+void DriverItem::JobRecord::show(const QString &text) const
+{
+    if (isTestPage())
+        showMessage(text);
+}
+
+void DriverItem::JobRecord::journal(const QString &status) const
+{
+    Journal::appendDetail(cloudSn, QStringLiteral("%1;%2;%3;%4").arg(label, status, QString::number(size), time));
+}
+
+DriverItem::JobRecord DriverItem::currentJob() const
+{
+    return {m_info.cloudSn, m_jobneed, m_jobSize,
+            QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")).right(8)};
+}
+
+void DriverItem::onCloudResut(QNetworkReply::NetworkError error, const QJsonDocument &jd)
+{
+    m_jobneed = jd.object().value(CloudProtocol::Key::jobneed).toString();
+    m_jobSize = jd.object().value(CloudProtocol::Key::jobSize).toInt();
+    if (error != QNetworkReply::NoError) {
+        failSubmission(error);
+    } else if (!CloudProtocol::isUsable(jd)) {
+        m_printSpinner->stopAnimation();
+        emit portBusy(false);
+        m_queryInFlight = false;
+        qDebug() << "Invalid receive json";
+    } else {
+        followJob(jd);
+    }
+}
+
+void DriverItem::failSubmission(QNetworkReply::NetworkError error)
+{
+    const JobRecord job = currentJob();
+    if (error == QNetworkReply::UnknownContentError) {
+        // Intended: the spinner goes on turning, and nothing is shown, not even for a test page.
+        job.journal(CloudProtocol::StatusText::fileTooLarge);
+    } else {
+        const QPointer<DriverItem> self(this);
+        m_printSpinner->stopAnimation();
+        job.show(CloudProtocol::StatusText::networkFailureShown);
+        job.journal(CloudProtocol::StatusText::networkFailure);
+        if (!self)
+            return;
+    }
+    emit portBusy(false);
+    m_queryInFlight = false;
+    qDebug() << QStringLiteral("Network error %1").arg(error);
+}
+
+void DriverItem::followJob(const QJsonDocument &jd)
+{
+    m_stateThread = new StateThread(cloudBaseAddress(), CloudProtocol::veltraId(jd), this);
+    connect(m_stateThread, &StateThread::stateResule, this, &DriverItem::onStateResut);
+    emit portBusy(true);
+    m_stateTimer.start();
+}
+
+void DriverItem::on_StateTimeout()
+{
+    if (m_queryInFlight)
+        return;
+    m_queryInFlight = true;
+    m_stateThread->request();
+}
+
+void DriverItem::onStateResut(QNetworkReply::NetworkError error, const QJsonDocument &jd)
+{
+    const JobRecord job = currentJob();
+    if (error != QNetworkReply::NoError) {
+        qDebug() << QStringLiteral("Network error %1").arg(error);
+        endJob();
+        job.show(CloudProtocol::StatusText::networkFailureShown);
+        job.journal(CloudProtocol::StatusText::networkFailure);
+        return;
+    }
+    if (!CloudProtocol::isUsable(jd)) {
+        qDebug() << "Invalid receive json";
+        endJob();
+        return;
+    }
+    const CloudProtocol::JobResult result = CloudProtocol::jobResult(jd, m_info.cloudSn);
+    if (result.printing) {
+        qDebug() << "继续查询状态";
+        m_queryInFlight = false;
+    } else if (result.bareText) {
+        endWithText(job, result.status);
+    } else {
+        qDebug() << "显示状态，任务完成";
+        endJob();
+        job.show(result.status);
+        job.journal(result.journalStatus);
+    }
+}
+
+/// A result that is a text of its own: the printer stays busy until the user has seen it.
+void DriverItem::endWithText(const JobRecord &job, const QString &text)
+{
+    const QPointer<DriverItem> self(this);
+    m_printSpinner->stopAnimation();
+    job.show(text);
+    job.journal(text);
+    if (self)
+        endJob();
+}
+
+/// The printer is free for the next job, which may arrive while a message about this one is still open.
+void DriverItem::endJob()
+{
+    m_printSpinner->stopAnimation();
+    m_stateTimer.stop();
+    m_queryInFlight = false;
+    if (m_stateThread)
+        m_stateThread->deleteLater();
+    m_stateThread = nullptr;
+    emit portBusy(false);
+}

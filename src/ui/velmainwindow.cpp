@@ -1,0 +1,234 @@
+#include "ui/velmainwindow.h"
+
+#include "base/diagnosticlog.h"
+#include "capture/printerserver.h"
+#include "spooler/cprinter.h"
+#include "spooler/win32text.h"
+#include "store/journal.h"
+#include "store/printerstore.h"
+#include "ui/driveritem.h"
+#include "ui/waittingdlg.h"
+#include "ui_velmainwindow.h"
+
+#include <QCoreApplication>
+#include <QDebug>
+#include <QHostAddress>
+#include <QMessageBox>
+#include <QMouseEvent>
+#include <QTimerEvent>
+#include <QVBoxLayout>
+
+namespace {
+
+constexpr int cleanUpDelay = 300000; // ms
+constexpr int logRetention = 5;      // days
+
+const auto selectedStyle = QStringLiteral(
+    "QPushButton{background-color: rgba(0, 138, 255,140);border:none;font-size : 14px;color:rgb(255, 255, 255);}");
+
+bool isCloudPrinter(const QString &driverName, const QString &portName)
+{
+    return driverName == CloudPrinter::driverName &&
+           portName.contains(CloudPrinter::portNameTemplate.left(CloudPrinter::portNamePrefixLength));
+}
+
+} // namespace
+
+VelMainWindow::VelMainWindow(QWidget *parent)
+    : QMainWindow(parent)
+    , m_ui(new Ui::VelMainWindow)
+{
+    m_ui->setupUi(this);
+    setWindowFlags(Qt::FramelessWindowHint);
+    setFixedSize(size());
+    on_pushButton_manage_clicked();
+    buildCardList();
+    serveExistingPrinters();
+    buildTray();
+    startCleanUpTimer();
+    buildWaitingDialog();
+}
+
+VelMainWindow::~VelMainWindow() = default;
+
+void VelMainWindow::buildCardList()
+{
+    m_cardContainer = new QWidget;
+    m_cardContainer->setObjectName(QStringLiteral("cards"));
+    m_cardContainer->setStyleSheet(QStringLiteral("background-color:transparent;border:none"));
+    m_cardLayout = new QVBoxLayout(m_cardContainer);
+    m_ui->scrollArea->setWidget(m_cardContainer);
+    m_ui->scrollArea->setWidgetResizable(true);
+}
+
+void VelMainWindow::buildTray()
+{
+    const QIcon programIcon(QStringLiteral(":/printerid/resource/orvoIcon.ico"));
+    m_trayIcon = new QSystemTrayIcon(this);
+    m_showAction = new QAction(programIcon, QStringLiteral("显示主界面"), this);
+    connect(m_showAction, &QAction::triggered, this, &VelMainWindow::on_showMainAction);
+    m_exitAction = new QAction(QIcon(QStringLiteral(":/printerid/resource/close.png")), QStringLiteral("退出"), this);
+    connect(m_exitAction, &QAction::triggered, this, &VelMainWindow::on_exitAppAction);
+
+    m_trayMenu.addAction(m_showAction);
+    m_trayMenu.addSeparator();
+    m_trayMenu.addAction(m_exitAction);
+    m_trayMenu.setStyleSheet(
+        QStringLiteral("QMenu::item:selected {background:rgba(82,130,164,1);border:1px solid rgba(82,130,164,1);}"));
+    m_trayIcon->setContextMenu(&m_trayMenu);
+
+    m_trayIcon->setIcon(programIcon);
+    m_trayIcon->setToolTip(QStringLiteral("Veltra云驱动管家"));
+    connect(m_trayIcon, &QSystemTrayIcon::activated, this, &VelMainWindow::on_activatedSysTrayIcon);
+    m_trayIcon->setVisible(true);
+}
+
+void VelMainWindow::startCleanUpTimer()
+{
+    m_cleanUpTimer = startTimer(cleanUpDelay, Qt::CoarseTimer);
+}
+
+void VelMainWindow::buildWaitingDialog()
+{
+    m_waitingDialog = std::make_unique<WaittingDlg>();
+    m_waitingDialog->setWindowModality(Qt::ApplicationModal);
+    connect(&m_timer, &QTimer::timeout, this, &VelMainWindow::on_timeout);
+}
+
+void VelMainWindow::serveExistingPrinters()
+{
+    CPrinter printer;
+    QList<PRINTER_INFO_2W> queues;
+    SpoolerBuffer buffer;
+    printer.EnumLocalPrinters(queues, buffer);
+    for (const PRINTER_INFO_2W &queue : qAsConst(queues)) {
+        DriverInfo info;
+        info.driverName = fromWide(queue.pDriverName);
+        info.portName = fromWide(queue.pPortName);
+        info.printerName = fromWide(queue.pPrinterName);
+        qDebug() << "::" << info.driverName;
+        if (isCloudPrinter(info.driverName, info.portName))
+            serveExistingPrinter(info);
+    }
+    m_cardLayout->addStretch(1);
+
+    // Intended: the store is read, but which printers are served is for the spooler to say.
+    QList<DriverInfo> records;
+    PrinterStore::loadPrinters(records);
+}
+
+void VelMainWindow::serveExistingPrinter(DriverInfo info)
+{
+    CPrinter printer;
+    printer.GetCloudPrinterId(info.printerName, info.cloudSn);
+    if (!printer.GetPrinterPortNum(info.printerName, info.portNum)) {
+        qDebug() << QStringLiteral("GetPrinterPortNum name: %1, port: %2 failed")
+                        .arg(info.printerName, QString::number(info.portNum));
+        return;
+    }
+    auto *card = new DriverItem(info, m_cardContainer);
+    m_cardLayout->addWidget(card);
+    startServer(info, card, this);
+}
+
+void VelMainWindow::startServer(const DriverInfo &info, DriverItem *card, QObject *serverParent)
+{
+    auto *server = new PrinterServer(info, serverParent);
+    connect(server, &PrinterServer::cloudResule, card, &DriverItem::onCloudResut);
+    connect(card, &DriverItem::driverInfoChanged, server, &PrinterServer::onDriverInfoChanged);
+    connect(card, &DriverItem::portBusy, server, &PrinterServer::on_PortBusy);
+    connect(card, &DriverItem::removeResult, server,
+            [this, server](bool ok, const QString &, const DriverInfo &removed) {
+                if (ok)
+                    server->stopListening(m_servers, removed);
+            });
+    m_servers.append(server);
+    if (server->listen(QHostAddress(CloudPrinter::localAddress), info.portNum))
+        return;
+    qCritical("listen ip: %s port: %d, failed", qUtf8Printable(CloudPrinter::localAddress), info.portNum);
+    qCritical() << server->errorString();
+}
+
+void VelMainWindow::on_exitAppAction()
+{
+    QMessageBox question(QMessageBox::Warning, QStringLiteral("注意"),
+                         QStringLiteral("关闭后将无法进行云打印，确定关闭？"), QMessageBox::Yes | QMessageBox::Cancel,
+                         this, Qt::Dialog | Qt::MSWindowsFixedSizeDialogHint);
+    question.setButtonText(QMessageBox::Cancel, QStringLiteral("取消"));
+    question.setButtonText(QMessageBox::Yes, QStringLiteral("确定"));
+    if (question.exec() != QMessageBox::Yes)
+        return;
+    m_trayIcon->hide();
+    QCoreApplication::exit(0);
+}
+
+void VelMainWindow::on_pushButton_manage_clicked()
+{
+    m_ui->pushButton_manage->setStyleSheet(selectedStyle);
+    m_ui->stackedWidget->setCurrentWidget(m_ui->devlist);
+}
+
+void VelMainWindow::on_pushButton_4_clicked()
+{
+    hide();
+}
+
+void VelMainWindow::on_pushButton_Min_clicked()
+{
+    showMinimized();
+}
+
+void VelMainWindow::on_activatedSysTrayIcon(QSystemTrayIcon::ActivationReason reason)
+{
+    if (reason != QSystemTrayIcon::DoubleClick)
+        return;
+    showNormal();
+    activateWindow();
+}
+
+void VelMainWindow::on_showMainAction()
+{
+    showNormal();
+    raise();
+    activateWindow();
+}
+
+void VelMainWindow::mousePressEvent(QMouseEvent *event)
+{
+    m_dragOffset = event->globalPos() - pos();
+    QMainWindow::mousePressEvent(event);
+}
+
+void VelMainWindow::mouseMoveEvent(QMouseEvent *event)
+{
+    dragTo(event);
+    QMainWindow::mouseMoveEvent(event);
+}
+
+void VelMainWindow::mouseReleaseEvent(QMouseEvent *event)
+{
+    dragTo(event);
+    QMainWindow::mouseReleaseEvent(event);
+}
+
+void VelMainWindow::dragTo(const QMouseEvent *event)
+{
+    move(event->globalPos() - m_dragOffset);
+}
+
+void VelMainWindow::timerEvent(QTimerEvent *event)
+{
+    QMainWindow::timerEvent(event);
+    if (event->timerId() != m_cleanUpTimer)
+        return;
+    LogFileManage(logRetention);
+    Journal::clearOldDetails();
+    qDebug() << "删除旧日志";
+    killTimer(m_cleanUpTimer);
+}
+
+void VelMainWindow::on_timeout()
+{
+    m_timer.stop();
+    m_waitingDialog->stop();
+}

@@ -1,0 +1,76 @@
+#pragma once
+
+#include "store/driverinfo.h"
+
+#include <QList>
+#include <QMainWindow>
+#include <QMenu>
+#include <QPoint>
+#include <QSystemTrayIcon>
+#include <QTimer>
+
+#include <memory>
+
+class DriverItem;
+class PrinterServer;
+class QVBoxLayout;
+class WaittingDlg;
+
+namespace Ui {
+class VelMainWindow;
+}
+
+/// The application's only main window and the owner of all that runs per printer. On construction it serves the cloud
+/// printers that it finds in the spooler: a card and a capture server each. Closing it hides it in the tray; the
+/// process ends through the tray's menu only. Main thread.
+class VelMainWindow : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    explicit VelMainWindow(QWidget *parent = nullptr);
+    ~VelMainWindow() override;
+
+public slots:
+    void on_activatedSysTrayIcon(QSystemTrayIcon::ActivationReason reason);
+
+    // Any move with any button drags the frameless window. Intended.
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseMoveEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
+
+    void on_showMainAction();
+    void on_exitAppAction();
+    void on_pushButton_manage_clicked();
+    void on_timeout();
+    void on_pushButton_4_clicked();
+    void on_pushButton_Min_clicked();
+
+protected:
+    /// The one clean-up of old logs and journal files, five minutes after the start.
+    void timerEvent(QTimerEvent *event) override;
+
+private:
+    void buildCardList();
+    void buildTray();
+    void startCleanUpTimer();
+    void buildWaitingDialog();
+
+    void serveExistingPrinters();
+    void serveExistingPrinter(DriverInfo info);
+    void startServer(const DriverInfo &info, DriverItem *card, QObject *serverParent);
+    void dragTo(const QMouseEvent *event);
+
+    std::unique_ptr<Ui::VelMainWindow> m_ui;
+    QList<PrinterServer *> m_servers;
+    QVBoxLayout *m_cardLayout = nullptr;
+    QWidget *m_cardContainer = nullptr;
+    QMenu m_trayMenu;
+    QSystemTrayIcon *m_trayIcon = nullptr;
+    QAction *m_showAction = nullptr;
+    QAction *m_exitAction = nullptr;
+    std::unique_ptr<WaittingDlg> m_waitingDialog;
+    QTimer m_timer; // never started: adding a printer has no time-out of its own
+    int m_cleanUpTimer = 0;
+    QPoint m_dragOffset;
+};

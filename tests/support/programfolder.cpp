@@ -1,0 +1,85 @@
+#include "support/programfolder.h"
+
+#include <QDate>
+#include <QDir>
+#include <QFile>
+
+namespace {
+
+constexpr int runTimeout = 30000; // ms
+constexpr int endTimeout = 10000; // ms
+
+/// Laid in the test's own folder of the build tree.
+QString folderTemplate()
+{
+    return QDir::currentPath() + "/program";
+}
+
+QString textOf(const QString &fileName)
+{
+    QFile file(fileName);
+    return file.open(QIODevice::ReadOnly) ? QString::fromLocal8Bit(file.readAll()) : QString();
+}
+
+QString today()
+{
+    return QDate::currentDate().toString("yyyy-MM-dd");
+}
+
+} // namespace
+
+ProgramFolder::ProgramFolder()
+    : m_folder(folderTemplate())
+    , m_environment(QProcessEnvironment::systemEnvironment())
+{
+    const QDir bin(qEnvironmentVariable("ORVO_BIN"));
+    const QStringList files = bin.entryList(QDir::Files);
+    for (const QString &name : files)
+        QFile::copy(bin.filePath(name), path(name));
+    QDir(path()).mkdir("logs");
+    QDir(path()).mkdir("details");
+    m_environment.insert("WIN32_EMULATOR_HOME", path("win32"));
+}
+
+ProgramFolder::~ProgramFolder()
+{
+    for (const auto &process : m_processes)
+        process->kill();
+    for (const auto &process : m_processes)
+        process->waitForFinished(endTimeout);
+}
+
+QString ProgramFolder::path(const QString &name) const
+{
+    return m_folder.filePath(name);
+}
+
+QProcess *ProgramFolder::start(const QString &executable, const QStringList &arguments)
+{
+    m_processes.push_back(std::make_unique<QProcess>());
+    QProcess *process = m_processes.back().get();
+    process->setProcessEnvironment(m_environment);
+    process->setWorkingDirectory(path());
+    process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    process->start(path(executable), arguments);
+    process->waitForStarted();
+    return process;
+}
+
+int ProgramFolder::run(const QString &executable, const QStringList &arguments)
+{
+    QProcess *process = start(executable, arguments);
+    if (!process->waitForFinished(runTimeout) || process->exitStatus() != QProcess::NormalExit)
+        return -1;
+    return process->exitCode();
+}
+
+QString ProgramFolder::log() const
+{
+    return textOf(path("logs/" + today() + ".log"));
+}
+
+QString ProgramFolder::journal(const QString &serial) const
+{
+    return textOf(path("details/" + serial + today() + ".txt"));
+}
