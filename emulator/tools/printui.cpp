@@ -58,6 +58,7 @@ void installPrinter(const Switches &switches)
     const std::string &model = switches.value("/m");
     const std::string &port = switches.value("/r");
     const std::string &name = switches.value("/b");
+    Model::checkPrinterName(name);
     if (!Model::findPort(port))
         throw std::runtime_error("there is no port \"" + port + '"');
     if (switches.has("/f")) {

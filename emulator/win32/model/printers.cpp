@@ -38,16 +38,9 @@ bool nameTaken(const std::string &name, std::int64_t exceptId)
     return Database::current().query("SELECT 1 FROM printers WHERE name = ? AND id <> ?", name, exceptId).next();
 }
 
-void checkName(const std::string &name)
-{
-    // A backslash, a comma and an exclamation mark have a meaning of their own in what OpenPrinter takes.
-    if (name.empty() || name.size() > longestNameInBytes || name.find_first_of("\\,!") != std::string::npos)
-        throw Error(ERROR_INVALID_PRINTER_NAME, '"' + name + "\" is no valid printer name");
-}
-
 void checkPrinter(const Printer &printer)
 {
-    checkName(printer.name);
+    checkPrinterName(printer.name);
     if (!findPort(printer.port))
         throw Error(ERROR_UNKNOWN_PORT, "there is no port \"" + printer.port + '"');
     if (!hasDriver(printer.driver))
@@ -64,6 +57,13 @@ void insertPrinter(const Printer &printer)
 }
 
 } // namespace
+
+void checkPrinterName(const std::string &name)
+{
+    // A backslash, a comma and an exclamation mark have a meaning of their own in what OpenPrinter takes.
+    if (name.empty() || name.size() > longestNameInBytes || name.find_first_of("\\,!") != std::string::npos)
+        throw Error(ERROR_INVALID_PRINTER_NAME, '"' + name + "\" is no valid printer name");
+}
 
 void addPrinter(const std::string &name, const std::string &port, const std::string &driver)
 {

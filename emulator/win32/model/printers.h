@@ -18,6 +18,9 @@ struct Printer
     unsigned jobCount = 0;
 };
 
+/// Throws ERROR_INVALID_PRINTER_NAME unless a queue may bear the name.
+void checkPrinterName(const std::string &name);
+
 /// Adds a queue. Throws when the name is taken or not valid, the port unknown or the driver not installed.
 void addPrinter(const std::string &name, const std::string &port, const std::string &driver);
 
