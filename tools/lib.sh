@@ -1,0 +1,70 @@
+# What the scripts beside this file share. Sourced, not run.
+# shellcheck shell=bash
+
+set -euo pipefail
+
+# shellcheck disable=SC2034
+started_in=$PWD
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+cd "$root"
+
+# Debian's packages, by what needs them.
+# shellcheck disable=SC2034
+build_packages=(
+    g++ cmake ninja-build pkg-config
+    qtbase5-dev libqt5sql5-sqlite qttranslations5-l10n # the framework, its SQLite driver, its own texts in Chinese
+    libwine-dev                                        # the declarations of the Win32 API
+    libsqlite3-dev libcpp-httplib-dev                  # the emulators of Windows and of the cloud
+    libbenchmark-dev
+)
+# shellcheck disable=SC2034
+run_packages=(
+    fonts-noto-cjk        # the interface is Chinese
+    xvfb xdotool picom    # a display, a hand and a compositor where there is none
+    imagemagick           # the screenshot
+)
+# shellcheck disable=SC2034
+check_packages=(clang-format shellcheck)
+
+say() {
+    printf '==> %s\n' "$*"
+}
+
+fail() {
+    printf '%s: %s\n' "${0##*/}" "$*" >&2
+    exit 1
+}
+
+# Installs what is missing of the given packages; where it has no right to, says what to run and ends.
+install_packages() {
+    local package missing=()
+    command -v dpkg-query >/dev/null || fail "this system has no Debian packages; needed are the like of: $*"
+    for package in "$@"; do
+        [[ $(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null) == installed ]] || missing+=("$package")
+    done
+    ((${#missing[@]})) || return 0
+
+    local as_root=()
+    if ((EUID != 0)); then
+        sudo -n true 2>/dev/null ||
+            fail "packages are missing; run: sudo apt-get update && sudo apt-get install --no-install-recommends ${missing[*]}"
+        as_root=(sudo -n)
+    fi
+    say "Installing ${missing[*]}"
+    "${as_root[@]}" apt-get -q update
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q -y install --no-install-recommends "${missing[@]}"
+}
+
+# The texts of the program and of its files are Chinese, in the system's 8-bit code page.
+use_utf8() {
+    [[ $(locale charmap 2>/dev/null) == UTF-8 ]] || export LC_ALL=C.UTF-8
+}
+
+# build PRESET [CMake options...]
+build() {
+    local preset=$1
+    shift
+    say "Building build/$preset"
+    cmake --preset "$preset" "$@"
+    cmake --build --preset "$preset"
+}

@@ -1,0 +1,77 @@
+# Processes in the background that end with the script, on whatever way it ends. Sourced after lib.sh.
+# shellcheck shell=bash
+
+state=${state:?is the folder for the output of the processes}
+
+names=()
+pids=()
+
+# start NAME COMMAND...: its output goes to NAME.log.
+start() {
+    local name=$1
+    shift
+    "$@" >"$state/$name.log" 2>&1 9>&- &
+    names+=("$name")
+    pids+=($!)
+}
+
+# Whether the process of that name still runs.
+runs() {
+    local i
+    for i in "${!names[@]}"; do
+        [[ ${names[i]} == "$1" ]] && kill -0 "${pids[i]}" 2>/dev/null && return 0
+    done
+    return 1
+}
+
+# wait_for SECONDS CONDITION...: 1 when the time is over.
+wait_for() {
+    local end=$((SECONDS + $1))
+    shift
+    until "$@"; do
+        ((SECONDS < end)) || return 1
+        sleep 0.2
+    done
+}
+
+# The first started is the last to end: what others rely on comes first.
+end_processes() {
+    local i
+    for ((i = ${#pids[@]} - 1; i >= 0; i--)); do
+        kill "${pids[i]}" 2>/dev/null || continue
+        wait_for 5 process_ended "${pids[i]}" || kill -KILL "${pids[i]}" 2>/dev/null || true
+        wait "${pids[i]}" 2>/dev/null || true
+    done
+    names=()
+    pids=()
+}
+
+process_ended() {
+    ! kill -0 "$1" 2>/dev/null
+}
+
+# The last lines of the files that have any.
+show_logs() {
+    local log
+    for log in "$@"; do
+        [[ -s $log ]] || continue
+        printf -- '--- the end of %s\n' "${log#"$root/"}" >&2
+        tail -n 15 "$log" >&2
+    done
+}
+
+# Whether somebody listens on 127.0.0.1 and a TCP port. Only looks: a connection would be a print job.
+listens() {
+    local port
+    printf -v port '%04X' "$1"
+    grep -qE "^ *[0-9]+: (0100007F|00000000):$port 00000000:0000 0A " /proc/net/tcp
+}
+
+# The first port from the given one on that nobody listens on.
+free_port() {
+    local port=$1
+    while listens "$port"; do
+        port=$((port + 1))
+    done
+    echo "$port"
+}
