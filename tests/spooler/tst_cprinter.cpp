@@ -314,8 +314,8 @@ void CPrinterTest::installsQueues_data()
                            << "新";
     QTest::newRow("blanks and markers") << " a %1  b "
                                         << " a %1  b ";
-    QTest::newRow("single quote") << "it's" << "it's";
-                                             << "it's \\n";
+    QTest::newRow("single quote") << "it's"
+                                  << "it's";
     // The unescaped command line names another queue, or breaks.
     QTest::newRow("double quote") << "a\"b"
                                   << "";
