@@ -1,0 +1,168 @@
+#include "support/rawhttppeer.h"
+
+#include <QHash>
+#include <QHostAddress>
+#include <QMutex>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTimer>
+
+#include <algorithm>
+
+namespace {
+
+const QByteArray headerEnd = "\r\n\r\n";
+
+int contentLength(const QByteArray &header)
+{
+    const QByteArray key = "\r\ncontent-length:";
+    const int at = header.toLower().indexOf(key);
+    if (at < 0)
+        return 0;
+    const int from = at + key.size();
+    return header.mid(from, header.indexOf('\r', from) - from).trimmed().toInt();
+}
+
+} // namespace
+
+PeerAnswer PeerAnswer::http(const QByteArray &statusLine, const QByteArray &body)
+{
+    return {"HTTP/1.1 " + statusLine + "\r\nContent-Type: application/json\r\nContent-Length: " +
+                QByteArray::number(body.size()) + headerEnd + body,
+            KeepOpen};
+}
+
+/// Lives on the peer's thread; only what the mutex guards is read from others.
+class RawHttpPeer::Listener : public QTcpServer
+{
+public:
+    explicit Listener(const QVector<PeerAnswer> &script)
+        : m_script(script)
+    {
+        connect(this, &QTcpServer::newConnection, this, &Listener::accept);
+        listen(QHostAddress::LocalHost);
+    }
+
+    QVector<QByteArray> requests() const
+    {
+        QMutexLocker locker(&m_mutex);
+        return m_requests;
+    }
+
+private:
+    /// The request that a connection is about to deliver.
+    struct Incoming
+    {
+        int number = -1; ///< index into m_requests; -1 until the header is complete
+        int bodyStart = 0;
+        int size = 0;
+        QByteArray bytes;
+    };
+
+    void accept();
+    void read(QTcpSocket *socket);
+    void begin(Incoming *incoming);
+    /// Keeps what arrived of a request, complete or cut off.
+    void note(const Incoming &incoming);
+    const PeerAnswer &answerTo(const Incoming &incoming) const;
+    void answer(QTcpSocket *socket, const PeerAnswer &answer);
+
+    const QVector<PeerAnswer> m_script;
+    QHash<QTcpSocket *, Incoming> m_incoming;
+    mutable QMutex m_mutex;
+    QVector<QByteArray> m_requests;
+};
+
+void RawHttpPeer::Listener::accept()
+{
+    while (QTcpSocket *socket = nextPendingConnection()) {
+        connect(socket, &QTcpSocket::readyRead, this, [this, socket] { read(socket); });
+        connect(socket, &QTcpSocket::disconnected, this, [this, socket] {
+            note(m_incoming.take(socket));
+            socket->deleteLater();
+        });
+    }
+}
+
+void RawHttpPeer::Listener::read(QTcpSocket *socket)
+{
+    Incoming &incoming = m_incoming[socket];
+    incoming.bytes += socket->readAll();
+    if (incoming.number < 0 && incoming.bytes.contains(headerEnd))
+        begin(&incoming);
+    if (incoming.number < 0)
+        return;
+    const PeerAnswer &now = answerTo(incoming);
+    if (now.cutAfter >= 0 && incoming.bytes.size() - incoming.bodyStart >= now.cutAfter) {
+        socket->abort();
+    } else if (incoming.bytes.size() >= incoming.size) {
+        note(incoming);
+        incoming = Incoming();
+        QTimer::singleShot(now.delayMs, socket, [this, socket, now] { answer(socket, now); });
+    }
+}
+
+void RawHttpPeer::Listener::begin(Incoming *incoming)
+{
+    incoming->bodyStart = incoming->bytes.indexOf(headerEnd) + headerEnd.size();
+    incoming->size = incoming->bodyStart + contentLength(incoming->bytes.left(incoming->bodyStart));
+    QMutexLocker locker(&m_mutex);
+    incoming->number = m_requests.size();
+    m_requests.append(QByteArray());
+}
+
+void RawHttpPeer::Listener::note(const Incoming &incoming)
+{
+    if (incoming.number < 0)
+        return;
+    QMutexLocker locker(&m_mutex);
+    m_requests[incoming.number] = incoming.bytes;
+}
+
+const PeerAnswer &RawHttpPeer::Listener::answerTo(const Incoming &incoming) const
+{
+    return m_script.at(std::min(incoming.number, m_script.size() - 1));
+}
+
+void RawHttpPeer::Listener::answer(QTcpSocket *socket, const PeerAnswer &answer)
+{
+    socket->write(answer.bytes);
+    if (answer.ending == PeerAnswer::Close)
+        socket->disconnectFromHost();
+}
+
+RawHttpPeer::RawHttpPeer(const QVector<PeerAnswer> &script)
+    : m_listener(std::make_unique<Listener>(script))
+{
+    m_listener->moveToThread(&m_thread);
+    m_thread.start();
+}
+
+RawHttpPeer::~RawHttpPeer()
+{
+    // The listener and its sockets have to go on their own thread.
+    Listener *listener = m_listener.release();
+    QObject::connect(&m_thread, &QThread::finished, listener, &QObject::deleteLater);
+    m_thread.quit();
+    m_thread.wait();
+}
+
+quint16 RawHttpPeer::port() const
+{
+    return m_listener->serverPort();
+}
+
+QString RawHttpPeer::baseAddress() const
+{
+    return QStringLiteral("http://127.0.0.1:%1").arg(port());
+}
+
+int RawHttpPeer::requestCount() const
+{
+    return requests().size();
+}
+
+QVector<QByteArray> RawHttpPeer::requests() const
+{
+    return m_listener->requests();
+}

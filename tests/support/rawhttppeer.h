@@ -1,0 +1,49 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QThread>
+#include <QVector>
+
+#include <memory>
+
+/// What RawHttpPeer does with one request.
+struct PeerAnswer
+{
+    enum Ending { KeepOpen, Close };
+
+    QByteArray bytes;      ///< written as they stand once the whole request is there
+    Ending ending = Close; ///< what becomes of the connection afterwards
+    int delayMs = 0;       ///< wait before the bytes are written
+    int cutAfter = -1;     ///< from 0 on: resets the connection when so many bytes of the request's body arrived
+
+    /// Never says anything.
+    static PeerAnswer silence() { return {QByteArray(), KeepOpen}; }
+    /// A complete answer with Content-Length.
+    static PeerAnswer http(const QByteArray &statusLine, const QByteArray &body);
+    static PeerAnswer ok(const QByteArray &json) { return http("200 OK", json); }
+};
+
+/// An HTTP server that follows a script, byte by byte, and keeps what it received: for what a proper server cannot be
+/// brought to do. It works on a thread of its own, so the test's thread may block.
+class RawHttpPeer
+{
+public:
+    /// Listens on a free port of 127.0.0.1. The n-th request gets the n-th answer, later ones the last.
+    explicit RawHttpPeer(const QVector<PeerAnswer> &script);
+    ~RawHttpPeer();
+
+    quint16 port() const;
+    /// "http://127.0.0.1:PORT"
+    QString baseAddress() const;
+    /// Requests whose headers arrived.
+    int requestCount() const;
+    /// Header and body of each, as far as they arrived. Empty while a request is still coming in.
+    QVector<QByteArray> requests() const;
+
+private:
+    class Listener;
+
+    QThread m_thread;
+    std::unique_ptr<Listener> m_listener;
+};
