@@ -16,13 +16,6 @@ constexpr int connectionsAtOnce = 128;
 /// A busy machine may pause for a while in the middle of a large job.
 constexpr std::chrono::seconds readTimeout{60};
 
-/// Without the library's SO_REUSEPORT: it lets two services share one port unnoticed.
-void reuseAddressOnly(socket_t socket)
-{
-    const int yes = 1;
-    setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof(yes));
-}
-
 QByteArray contentType(const httplib::Request &request)
 {
     return QByteArray::fromStdString(request.get_header_value("Content-Type"));
@@ -55,10 +48,12 @@ public:
 
 private:
     void configure();
+    void setUpSocket(socket_t socket);
     void route();
     void reply(const ServiceAnswer &answer, httplib::Response &response);
 
     httplib::Server m_server;
+    socket_t m_socket = INVALID_SOCKET; ///< the listening one; the library's
     std::thread m_thread;
     std::mutex m_stopMutex;
     std::condition_variable m_stopCondition;
@@ -68,10 +63,18 @@ private:
 void CloudService::Private::configure()
 {
     m_server.new_task_queue = [] { return new httplib::ThreadPool(connectionsAtOnce); };
-    m_server.set_socket_options(reuseAddressOnly);
+    m_server.set_socket_options([this](socket_t socket) { setUpSocket(socket); });
     m_server.set_read_timeout(readTimeout);
     // One request a connection: an idle one would hold a thread, and the end of the service, for seconds.
     m_server.set_keep_alive_max_count(1);
+}
+
+void CloudService::Private::setUpSocket(socket_t socket)
+{
+    m_socket = socket;
+    // Without the library's SO_REUSEPORT: it lets two services share one port unnoticed.
+    const int yes = 1;
+    setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof(yes));
 }
 
 void CloudService::Private::route()
@@ -105,6 +108,8 @@ bool CloudService::Private::listen(int wantedPort)
         port = m_server.bind_to_port(address, wantedPort) ? wantedPort : -1;
     if (port < 0)
         return false;
+    // The library's queue of five loses connections that come at once: the system's retries take up to half a minute.
+    ::listen(m_socket, connectionsAtOnce);
     m_thread = std::thread([this] { m_server.listen_after_bind(); });
     // Only a running server can be stopped.
     while (!m_server.is_running())
