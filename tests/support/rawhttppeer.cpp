@@ -23,6 +23,12 @@ int contentLength(const QByteArray &header)
     return header.mid(from, header.indexOf('\r', from) - from).trimmed().toInt();
 }
 
+/// The path in the request line of a header.
+QByteArray pathOf(const QByteArray &header)
+{
+    return header.left(header.indexOf('\r')).split(' ').value(1);
+}
+
 } // namespace
 
 PeerAnswer PeerAnswer::http(const QByteArray &statusLine, const QByteArray &body)
@@ -36,8 +42,8 @@ PeerAnswer PeerAnswer::http(const QByteArray &statusLine, const QByteArray &body
 class RawHttpPeer::Listener : public QTcpServer
 {
 public:
-    explicit Listener(const QVector<PeerAnswer> &script)
-        : m_script(script)
+    explicit Listener(const Scripts &scripts)
+        : m_scripts(scripts)
     {
         connect(this, &QTcpServer::newConnection, this, &Listener::accept);
         listen(QHostAddress::LocalHost);
@@ -56,6 +62,7 @@ private:
         int number = -1; ///< index into m_requests; -1 until the header is complete
         int bodyStart = 0;
         int size = 0;
+        PeerAnswer answer;
         QByteArray bytes;
     };
 
@@ -64,10 +71,11 @@ private:
     void begin(Incoming *incoming);
     /// Keeps what arrived of a request, complete or cut off.
     void note(const Incoming &incoming);
-    const PeerAnswer &answerTo(const Incoming &incoming) const;
+    PeerAnswer nextAnswer(const QByteArray &path);
     void answer(QTcpSocket *socket, const PeerAnswer &answer);
 
-    const QVector<PeerAnswer> m_script;
+    const Scripts m_scripts;
+    QHash<QByteArray, int> m_answered; // by the scripts' keys
     QHash<QTcpSocket *, Incoming> m_incoming;
     mutable QMutex m_mutex;
     QVector<QByteArray> m_requests;
@@ -92,7 +100,7 @@ void RawHttpPeer::Listener::read(QTcpSocket *socket)
         begin(&incoming);
     if (incoming.number < 0)
         return;
-    const PeerAnswer &now = answerTo(incoming);
+    const PeerAnswer now = incoming.answer;
     if (now.cutAfter >= 0 && incoming.bytes.size() - incoming.bodyStart >= now.cutAfter) {
         socket->abort();
     } else if (incoming.bytes.size() >= incoming.size) {
@@ -106,6 +114,7 @@ void RawHttpPeer::Listener::begin(Incoming *incoming)
 {
     incoming->bodyStart = incoming->bytes.indexOf(headerEnd) + headerEnd.size();
     incoming->size = incoming->bodyStart + contentLength(incoming->bytes.left(incoming->bodyStart));
+    incoming->answer = nextAnswer(pathOf(incoming->bytes));
     QMutexLocker locker(&m_mutex);
     incoming->number = m_requests.size();
     m_requests.append(QByteArray());
@@ -119,9 +128,12 @@ void RawHttpPeer::Listener::note(const Incoming &incoming)
     m_requests[incoming.number] = incoming.bytes;
 }
 
-const PeerAnswer &RawHttpPeer::Listener::answerTo(const Incoming &incoming) const
+PeerAnswer RawHttpPeer::Listener::nextAnswer(const QByteArray &path)
 {
-    return m_script.at(std::min(incoming.number, m_script.size() - 1));
+    for (auto script = m_scripts.begin(); script != m_scripts.end(); ++script)
+        if (path.startsWith(script.key()))
+            return script->at(std::min(m_answered[script.key()]++, script->size() - 1));
+    return PeerAnswer::silence();
 }
 
 void RawHttpPeer::Listener::answer(QTcpSocket *socket, const PeerAnswer &answer)
@@ -132,7 +144,12 @@ void RawHttpPeer::Listener::answer(QTcpSocket *socket, const PeerAnswer &answer)
 }
 
 RawHttpPeer::RawHttpPeer(const QVector<PeerAnswer> &script)
-    : m_listener(std::make_unique<Listener>(script))
+    : RawHttpPeer(Scripts{{"/", script}})
+{
+}
+
+RawHttpPeer::RawHttpPeer(const Scripts &scripts)
+    : m_listener(std::make_unique<Listener>(scripts))
 {
     m_listener->moveToThread(&m_thread);
     m_thread.start();
@@ -157,9 +174,11 @@ QString RawHttpPeer::baseAddress() const
     return QStringLiteral("http://127.0.0.1:%1").arg(port());
 }
 
-int RawHttpPeer::requestCount() const
+int RawHttpPeer::requestCount(const QByteArray &path) const
 {
-    return requests().size();
+    const QVector<QByteArray> all = requests();
+    return int(std::count_if(all.begin(), all.end(),
+                             [&](const QByteArray &request) { return pathOf(request).startsWith(path); }));
 }
 
 QVector<QByteArray> RawHttpPeer::requests() const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QMap>
 #include <QString>
 #include <QThread>
 #include <QVector>
@@ -29,15 +30,20 @@ struct PeerAnswer
 class RawHttpPeer
 {
 public:
-    /// Listens on a free port of 127.0.0.1. The n-th request gets the n-th answer, later ones the last.
+    /// The n-th request whose path begins with the key gets the n-th answer, later ones the last.
+    using Scripts = QMap<QByteArray, QVector<PeerAnswer>>;
+
+    /// Listens on a free port of 127.0.0.1. What no script covers gets no answer.
+    explicit RawHttpPeer(const Scripts &scripts);
+    /// One script for all requests.
     explicit RawHttpPeer(const QVector<PeerAnswer> &script);
     ~RawHttpPeer();
 
     quint16 port() const;
     /// "http://127.0.0.1:PORT"
     QString baseAddress() const;
-    /// Requests whose headers arrived.
-    int requestCount() const;
+    /// Requests whose headers arrived and whose path begins with the text.
+    int requestCount(const QByteArray &path = "/") const;
     /// Header and body of each, as far as they arrived. Empty while a request is still coming in.
     QVector<QByteArray> requests() const;
 
