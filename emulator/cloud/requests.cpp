@@ -26,7 +26,7 @@ QString serialFault(const QJsonValue &serial)
 /// Reads the JSON object in `body`, or tells what is wrong with the request.
 QString readObject(const QByteArray &contentType, const QByteArray &body, QJsonObject *object)
 {
-    const QString fault = contentTypeFault(contentType);
+    QString fault = contentTypeFault(contentType);
     if (!fault.isEmpty())
         return fault;
     QJsonParseError error;

@@ -67,7 +67,7 @@ QJsonDocument Cloud::answer(QNetworkReply *reply) const
     const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
     qDebug() << QStringLiteral("56_Cloud %1 %2 reply no error,status code is %3")
                     .arg(m_record.printerName, m_record.cloudSn, QString::number(status));
-    const QJsonDocument jd = QJsonDocument::fromJson(reply->readAll());
+    QJsonDocument jd = QJsonDocument::fromJson(reply->readAll());
     qDebug() << "56_Cloud get" << jd;
     return jd;
 }

@@ -11,25 +11,25 @@
 namespace CloudProtocol {
 
 /// Each follows the base address; the job identifier follows resultPath as it stands, not percent-encoded.
-inline constexpr QLatin1String submissionPath("/v1.1/transparentPrinting");
-inline constexpr QLatin1String resultPath("/v1.1/printResult?veltraId=");
-inline constexpr QLatin1String deviceStatusPath("/v1.1/getNumberStatu");
+inline const QLatin1String submissionPath("/v1.1/transparentPrinting");
+inline const QLatin1String resultPath("/v1.1/printResult?veltraId=");
+inline const QLatin1String deviceStatusPath("/v1.1/getNumberStatu");
 
 /// Content type of both kinds of POST.
-inline constexpr QLatin1String contentType("application/json;charset=UTF-8");
+inline const QLatin1String contentType("application/json;charset=UTF-8");
 
 namespace Key {
-inline constexpr QLatin1String dsNumber("dsNumber");
-inline constexpr QLatin1String taskPersist("taskPersist");
-inline constexpr QLatin1String async("async");
-inline constexpr QLatin1String dataType("dataType");
-inline constexpr QLatin1String printData("printData");
-inline constexpr QLatin1String code("code");
-inline constexpr QLatin1String data("data");
-inline constexpr QLatin1String veltraId("veltraId");
+inline const QLatin1String dsNumber("dsNumber");
+inline const QLatin1String taskPersist("taskPersist");
+inline const QLatin1String async("async");
+inline const QLatin1String dataType("dataType");
+inline const QLatin1String printData("printData");
+inline const QLatin1String code("code");
+inline const QLatin1String data("data");
+inline const QLatin1String veltraId("veltraId");
 /// Added to a submission's answer on this side: the job's label and its length in bytes.
-inline constexpr QLatin1String jobneed("jobneed");
-inline constexpr QLatin1String jobSize("jobSize");
+inline const QLatin1String jobneed("jobneed");
+inline const QLatin1String jobSize("jobSize");
 } // namespace Key
 
 /// The service's own words and those that the journal and the message dialog use in their place; compared exactly.

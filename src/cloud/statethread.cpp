@@ -45,7 +45,7 @@ QJsonDocument StateThread::answer(QNetworkReply *reply) const
 {
     const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
     qDebug() << QStringLiteral("36_StateThread status code is %3").arg(status);
-    const QJsonDocument jd = QJsonDocument::fromJson(reply->readAll());
+    QJsonDocument jd = QJsonDocument::fromJson(reply->readAll());
     qDebug() << jd;
     return jd;
 }
