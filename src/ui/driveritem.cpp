@@ -63,6 +63,8 @@ void DriverItem::buildPanel()
     m_deviceField = readOnlyField(QString(), QLineEdit().maxLength(), panel);
     m_resultField = readOnlyField(QString(), QLineEdit().maxLength(), panel);
 
+    m_deviceField->setObjectName(QStringLiteral("deviceState"));
+
     auto *refresh = new QPushButton(QIcon(QStringLiteral(":/image/resource/refresh.png")), QString(), panel);
     refresh->setObjectName(QStringLiteral("refreshButton"));
     refresh->setAccessibleName(QStringLiteral("刷新设备状态"));

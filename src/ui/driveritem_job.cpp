@@ -75,7 +75,8 @@ void DriverItem::failSubmission(QNetworkReply::NetworkError error)
 void DriverItem::followJob(const QJsonDocument &jd)
 {
     m_stateThread = new StateThread(cloudBaseAddress(), CloudProtocol::veltraId(jd), this);
-    connect(m_stateThread, &StateThread::stateResule, this, &DriverItem::onStateResut);
+    // Queued: the slot may show a message, under which the card and the poller may go.
+    connect(m_stateThread, &StateThread::stateResule, this, &DriverItem::onStateResut, Qt::QueuedConnection);
     emit portBusy(true);
     m_stateTimer.start();
 }

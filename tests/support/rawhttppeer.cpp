@@ -11,7 +11,8 @@
 
 namespace {
 
-const QByteArray headerEnd = "\r\n\r\n";
+constexpr char headerEnd[] = "\r\n\r\n";
+constexpr int headerEndSize = sizeof headerEnd - 1;
 
 int contentLength(const QByteArray &header)
 {
@@ -112,12 +113,12 @@ void RawHttpPeer::Listener::read(QTcpSocket *socket)
 
 void RawHttpPeer::Listener::begin(Incoming *incoming)
 {
-    incoming->bodyStart = incoming->bytes.indexOf(headerEnd) + headerEnd.size();
+    incoming->bodyStart = incoming->bytes.indexOf(headerEnd) + headerEndSize;
     incoming->size = incoming->bodyStart + contentLength(incoming->bytes.left(incoming->bodyStart));
     incoming->answer = nextAnswer(pathOf(incoming->bytes));
     QMutexLocker locker(&m_mutex);
     incoming->number = m_requests.size();
-    m_requests.append(QByteArray());
+    m_requests.append(incoming->bytes.left(incoming->bodyStart));
 }
 
 void RawHttpPeer::Listener::note(const Incoming &incoming)

@@ -1,0 +1,96 @@
+#pragma once
+
+#include "cloud/protocol.h"
+#include "support/logrecorder.h"
+#include "support/rawhttppeer.h"
+#include "ui/velmainwindow.h"
+
+#include <QElapsedTimer>
+#include <QHostAddress>
+#include <QStringList>
+#include <QTcpServer>
+#include <QTimer>
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+class DriverItem;
+
+// What the scripts of a RawHttpPeer are made of.
+namespace Script {
+
+const QByteArray submission = "/v1.1/transparentPrinting";
+const QByteArray result = "/v1.1/printResult";
+const QByteArray device = "/v1.1/getNumberStatu";
+
+const PeerAnswer accepted = PeerAnswer::ok(R"({"data":{"veltraId":"V1"}})");
+const PeerAnswer printed = PeerAnswer::ok(R"({"data":{"0123456789ABCDEF":"打印成功"}})");
+const PeerAnswer online = PeerAnswer::ok(R"({"code":0,"data":"16"})");
+
+/// A job's status for the first printer of a Road.
+inline PeerAnswer status(const QByteArray &text)
+{
+    return PeerAnswer::ok("{\"data\":{\"0123456789ABCDEF\":\"" + text + "\"}}");
+}
+
+/// Breaks the connection behind the bytes.
+inline PeerAnswer cut(const QByteArray &bytes)
+{
+    return {bytes, PeerAnswer::Close};
+}
+
+} // namespace Script
+
+/// The program's window over an emulated spooler with cloud printers, and a folder for their journals: prints to it as
+/// the spooler does and tells what became of the jobs. Answers each message dialog as a user would.
+class Road
+{
+public:
+    /// The window's cloud is `cloudAddress`. The printers' serials count up from serial(0).
+    explicit Road(const QString &cloudAddress, int printers = 1);
+    ~Road();
+    Q_DISABLE_COPY(Road)
+
+    /// Prints a document; returns once it is sent. The window's event loop must run for it to go on.
+    void print(const QString &document, const QByteArray &bytes = "bytes", int printer = 0);
+
+    /// Waits until the journal has so many records; those without the processing time, which is checked to be one.
+    QStringList records(int count, int timeout = 5000, int printer = 0);
+
+    /// Whether the next job goes through to the cloud: the printer is not left busy.
+    bool takesTheNextJob(const QString &goodCloudAddress);
+
+    /// The texts of the message dialogs that the user has answered so far.
+    QStringList messages() const { return m_messages; }
+
+    /// What happens while the next message dialog is open, before the user answers it. The dialog has its own event
+    /// loop, so the action runs inside it.
+    void whileMessageIsOpen(std::function<void()> action) { m_action = std::move(action); }
+
+    DriverItem *card() const;
+    QString deviceState() const;
+
+    VelMainWindow &window() { return *m_window; }
+    template <typename Widget>
+    Widget *find(const QString &name) const
+    {
+        return m_window->findChild<Widget *>(name);
+    }
+
+    static QString serial(int printer = 0);
+    LogRecorder log;
+
+private:
+    void addPrinter(int printer);
+    void answerDialog();
+
+    std::vector<quint16> m_ports;
+    std::unique_ptr<VelMainWindow> m_window;
+    QTimer m_user;
+    QStringList m_messages;
+    std::function<void()> m_action;
+};
+
+/// Where the window under test looks for the cloud. Defined by roadfixture.cpp in place of the built-in address.
+void setCloudBaseAddress(const QString &address);

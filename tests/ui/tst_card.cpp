@@ -1,0 +1,126 @@
+// The card: device state, test page, messages, and its end while a job is on the road.
+
+#include "roadfixture.h"
+
+#include "base/runningthreads.h"
+#include "cloud/cloudservice.h"
+#include "ui/driveritem.h"
+
+#include <QPushButton>
+#include <QTest>
+
+#include "win32/control.h"
+
+using namespace Script;
+
+class CardTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        m_good = std::make_unique<CloudService>();
+        QVERIFY(m_good->listen());
+    }
+    void cleanup()
+    {
+        QVERIFY(RunningThreads::endAll(20000));
+        QCOMPARE(Win32Emulator::openHandles(), 0);
+    }
+
+    void showsTheDeviceState_data();
+    void showsTheDeviceState();
+    void printsTheTestPage();
+    void nextJobArrivesWhileAMessageIsOpen();
+    void cardGoesWhileItsJobIsOnTheRoad();
+    void cardGoesUnderItsOwnMessage();
+
+private:
+    std::unique_ptr<CloudService> m_good;
+};
+
+void CardTest::showsTheDeviceState_data()
+{
+    QTest::addColumn<QByteArray>("answer");
+    QTest::addColumn<QString>("shown");
+    QTest::newRow("online") << QByteArray(R"({"code":0,"data":"16"})") << "在线";
+    QTest::newRow("offline") << QByteArray(R"({"code":0,"data":"17"})") << "离线";
+    QTest::newRow("unknown") << QByteArray(R"({"code":1001})") << "离线";
+    QTest::newRow("unknown too") << QByteArray(R"({"code":4002,"data":"16"})") << "离线";
+    QTest::newRow("other code") << QByteArray(R"({"code":7,"data":"16"})") << "";
+    QTest::newRow("no JSON") << QByteArray("?") << "在线"; // a missing code reads as 0
+}
+
+void CardTest::showsTheDeviceState()
+{
+    QFETCH(QByteArray, answer);
+    QFETCH(QString, shown);
+    RawHttpPeer peer(RawHttpPeer::Scripts{{device, {PeerAnswer::ok(answer)}}});
+    Road road(peer.baseAddress());
+    QTRY_COMPARE(peer.requestCount(device), 1);
+    QTRY_VERIFY(peer.requests().first().endsWith("\r\n\r\n{\n    \"dsNumber\": \"0123456789ABCDEF\"\n}\n"));
+    QVERIFY(peer.requests().first().toLower().contains("content-type: application/json;charset=utf-8\r\n"));
+    QTRY_VERIFY(road.log.contains("QJsonObject("));
+    QCOMPARE(road.deviceState(), shown);
+    QVERIFY(road.log.contains("oninit and postReply= "));
+    road.find<QPushButton>("refreshButton")->click();
+    QVERIFY(road.log.contains("onDevStateClicked and postReply= "));
+    QTRY_COMPARE(peer.requestCount(device), 2);
+}
+
+void CardTest::printsTheTestPage()
+{
+    Road road(m_good->baseAddress());
+    road.find<QPushButton>("testButton")->click();
+    QTRY_VERIFY(road.log.contains("430_CPrinter \"前台\" PrintTestPage"));
+    road.print("测试页", "the page");
+    QCOMPARE(road.records(1), QStringList("测试页;09:02:03;打印成功;8"));
+    QCOMPARE(road.messages(), QStringList("打印成功"));
+}
+
+/// The journal gets the job that the message was about.
+void CardTest::nextJobArrivesWhileAMessageIsOpen()
+{
+    Road road(m_good->baseAddress());
+    road.whileMessageIsOpen([&] {
+        road.print("second", "longer bytes");
+        QCOMPARE(road.records(1), QStringList("second;09:02:03;打印成功;12"));
+    });
+    road.print("测试页");
+    QCOMPARE(road.records(2).value(1), QString("测试页;09:02:03;打印成功;5"));
+    QCOMPARE(road.messages().size(), 1);
+    QVERIFY(road.takesTheNextJob(m_good->baseAddress()));
+}
+
+void CardTest::cardGoesWhileItsJobIsOnTheRoad()
+{
+    CloudServiceOptions options;
+    options.delayMs = 300;
+    options.pollsBeforeFinal = 50;
+    m_good->setOptions(options);
+    for (const char *line : {"12_PrinterThread init", "45_Cloud request", "25_StateThread", "继续查询状态"}) {
+        Road road(m_good->baseAddress());
+        road.print("a");
+        QTRY_VERIFY(road.log.contains(line));
+        delete road.card();
+        QTRY_VERIFY(road.log.contains("printComplete"));
+        QTest::qWait(400);
+    }
+}
+
+void CardTest::cardGoesUnderItsOwnMessage()
+{
+    const QByteArray bareText = R"({"data":"任务不存在"})";
+    for (const PeerAnswer &answer : {printed, PeerAnswer::ok(bareText), PeerAnswer::http("500 Error", "")}) {
+        RawHttpPeer peer({{submission, {accepted}}, {result, {answer}}, {device, {online}}});
+        Road road(peer.baseAddress());
+        road.whileMessageIsOpen([&] { delete road.card(); });
+        road.print("测试页");
+        QCOMPARE(road.records(1).size(), 1);
+        QVERIFY(!road.card());
+    }
+}
+
+QTEST_MAIN(CardTest)
+#include "tst_card.moc"

@@ -1,0 +1,127 @@
+// What becomes of a job when its submission goes well and when it does not.
+
+#include "roadfixture.h"
+
+#include "base/runningthreads.h"
+#include "cloud/cloudservice.h"
+
+#include <QTest>
+
+#include "win32/control.h"
+
+using namespace Script;
+
+Q_DECLARE_METATYPE(PeerAnswer)
+
+class SubmissionTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        m_good = std::make_unique<CloudService>();
+        QVERIFY(m_good->listen());
+    }
+    void cleanup()
+    {
+        QVERIFY(RunningThreads::endAll(20000));
+        QCOMPARE(Win32Emulator::openHandles(), 0);
+    }
+
+    void followsAJobToItsEnd();
+    void submissionGoesWrong_data();
+    void submissionGoesWrong();
+    void cutInsideABodyOfUnknownLength();
+    void cloudIsNotThere();
+
+private:
+    std::unique_ptr<CloudService> m_good;
+};
+
+void SubmissionTest::followsAJobToItsEnd()
+{
+    CloudServiceOptions options;
+    options.pollsBeforeFinal = 2;
+    m_good->setOptions(options);
+    Road road(m_good->baseAddress());
+    road.print("通知 %1.pdf", QByteArray(1000, 'x'));
+    QCOMPARE(road.records(1), QStringList("通知 %1.pdf;09:02:03;打印成功;1000"));
+    QCOMPARE(m_good->counts().results, 3);
+    QCOMPARE(m_good->jobs().first().dsNumber, Road::serial());
+    QCOMPARE(road.log.count("继续查询状态"), 2);
+    QCOMPARE(road.log.count("显示状态，任务完成"), 1);
+    QCOMPARE(road.log.count("16_StateThread destruct"), 1);
+    QVERIFY(road.messages().isEmpty());
+    QVERIFY(road.takesTheNextJob(m_good->baseAddress()));
+}
+
+/// Whatever becomes of a submission: it is made once, ends in the journal, and the next job goes through.
+void SubmissionTest::submissionGoesWrong_data()
+{
+    QTest::addColumn<PeerAnswer>("answer");
+    QTest::addColumn<QString>("journalled");
+    QTest::addColumn<QString>("line");
+    const QString network = "打印失败:网络访问异常";
+    QTest::newRow("413") << PeerAnswer::http("413 Payload Too Large", "{}") << "打印失败:打印文件过大"
+                         << "Network error 299";
+    QTest::newRow("500 with JSON") << PeerAnswer::http("500 Internal Server Error", R"({"data":{"veltraId":"V1"}})")
+                                   << network << "Network error 401";
+    QTest::newRow("404") << PeerAnswer::http("404 Not Found", "") << network << "Network error 203";
+    QTest::newRow("cut before the headers") << cut("") << network << "Network error ";
+    QTest::newRow("cut inside the headers")
+        << cut("HTTP/1.1 200 OK\r\nContent-Type: app") << network << "Network error ";
+    QTest::newRow("cut inside a body of known length")
+        << cut("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\n{\"data\":") << network << "Network error ";
+    // These are taken for answers: the card asks for the result of a job without a number.
+    const QString printed = "打印成功";
+    QTest::newRow("not JSON") << PeerAnswer::ok("<html>") << printed << "veltraId=\")";
+    QTest::newRow("an array") << PeerAnswer::ok("[]") << printed << "veltraId=\")";
+    QTest::newRow("an empty object") << PeerAnswer::ok("{}") << printed << "veltraId=\")";
+    QTest::newRow("no veltraId") << PeerAnswer::ok(R"({"data":{}})") << printed << "veltraId=\")";
+}
+
+void SubmissionTest::submissionGoesWrong()
+{
+    QFETCH(PeerAnswer, answer);
+    QFETCH(QString, journalled);
+    QFETCH(QString, line);
+    RawHttpPeer peer({{submission, {answer}}, {result, {printed}}, {device, {online}}});
+    Road road(peer.baseAddress());
+    road.print("a");
+    QCOMPARE(road.records(1), QStringList("a;09:02:03;" + journalled + ";5"));
+    QVERIFY2(road.log.contains(line), qPrintable(road.log.lines().join('\n')));
+    QCOMPARE(peer.requestCount(submission), 1);
+    QVERIFY(road.messages().isEmpty());
+    QVERIFY(road.takesTheNextJob(m_good->baseAddress()));
+    QCOMPARE(peer.requestCount(submission), 1);
+}
+
+/// Where the end of the connection is the end of the answer, the framework takes either view of it.
+void SubmissionTest::cutInsideABodyOfUnknownLength()
+{
+    const PeerAnswer answer = cut("HTTP/1.1 200 OK\r\n\r\n{\"data\":");
+    RawHttpPeer peer({{submission, {answer}}, {result, {printed}}, {device, {online}}});
+    Road road(peer.baseAddress());
+    road.print("a");
+    const QStringList records = road.records(1);
+    QCOMPARE(records.size(), 1);
+    QVERIFY(records.first().contains("打印成功") || records.first().contains("网络访问异常"));
+    QCOMPARE(peer.requestCount(submission), 1);
+    QVERIFY(road.takesTheNextJob(m_good->baseAddress()));
+}
+
+void SubmissionTest::cloudIsNotThere()
+{
+    Road road("http://127.0.0.1:9"); // the discard port, where nobody listens
+    road.print("测试页");
+    QCOMPARE(road.records(1), QStringList("测试页;09:02:03;打印失败:网络访问异常;5"));
+    QCOMPARE(road.messages(), QStringList("打印失败:网络访问异常!"));
+    QVERIFY(road.log.contains("Network error 1"));
+    QTRY_COMPARE(road.deviceState(), QString("--"));
+    QVERIFY(road.log.contains("devStateReceive receive err: "));
+    QVERIFY(road.takesTheNextJob(m_good->baseAddress()));
+}
+
+QTEST_MAIN(SubmissionTest)
+#include "tst_submission.moc"
