@@ -15,7 +15,6 @@ build_packages=(
     qtbase5-dev libqt5sql5-sqlite qttranslations5-l10n # the framework, its SQLite driver, its own texts in Chinese
     libwine-dev                                        # the declarations of the Win32 API
     libsqlite3-dev libcpp-httplib-dev                  # the emulators of Windows and of the cloud
-    libbenchmark-dev
 )
 # shellcheck disable=SC2034
 run_packages=(
@@ -60,11 +59,19 @@ use_utf8() {
     [[ $(locale charmap 2>/dev/null) == UTF-8 ]] || export LC_ALL=C.UTF-8
 }
 
-# build PRESET [CMake options...]
+# configure PRESET [CMake options...]
+configure() {
+    say "Configuring build/$1"
+    cmake --preset "$@"
+}
+
+# build PRESET [FOLDER...]: what the folders hold and what that needs, or everything.
 build() {
     local preset=$1
     shift
     say "Building build/$preset"
-    cmake --preset "$preset" "$@"
-    cmake --build --preset "$preset"
+    if (($#)); then
+        set -- --target "${@/%//all}"
+    fi
+    cmake --build --preset "$preset" "$@"
 }
