@@ -46,7 +46,8 @@ install_packages() {
     local as_root=()
     if ((EUID != 0)); then
         sudo -n true 2>/dev/null ||
-            fail "packages are missing; run: sudo apt-get update && sudo apt-get install --no-install-recommends ${missing[*]}"
+            fail "packages are missing; run:
+    sudo apt-get update && sudo apt-get install --no-install-recommends ${missing[*]}"
         as_root=(sudo -n)
     fi
     say "Installing ${missing[*]}"
