@@ -6,6 +6,7 @@
 #include "ui/velmainwindow.h"
 
 #include <QDebug>
+#include <QFont>
 #include <QTranslator>
 
 namespace {
@@ -40,9 +41,20 @@ void installTranslation(QCoreApplication &application)
     application.installTranslator(translator);
 }
 
+/// The style sheets name the Windows font; elsewhere its place is taken by one that has the same characters.
+void chooseFont()
+{
+    const auto windowsFont = QStringLiteral("Microsoft YaHei");
+    QFont::insertSubstitution(windowsFont, QStringLiteral("Noto Sans CJK SC"));
+    QFont font = QApplication::font();
+    font.setFamily(windowsFont);
+    QApplication::setFont(font);
+}
+
 int runMainWindow(QtSingleApplication &application)
 {
     registerResources();
+    chooseFont();
     VelMainWindow window;
     application.setActivationWindow(&window, true);
     // A message thus raises the window twice. Intended, and harmless.

@@ -7,6 +7,7 @@
 #include "ui/qcircleprocess.h"
 
 #include <QDebug>
+#include <QGridLayout>
 #include <QHBoxLayout>
 #include <QIcon>
 #include <QJsonObject>
@@ -18,8 +19,10 @@
 
 namespace {
 constexpr int cardHeight = 170;
+constexpr int cornerRadius = 85;
 constexpr int deviceSpinnerSize = 18;
 constexpr int printSpinnerSize = 39;
+constexpr int actionSize = 44; // of an action's picture
 constexpr int nameLength = 10;
 constexpr int serialLength = 16;
 constexpr int resultInterval = 1000;         // ms
@@ -27,14 +30,34 @@ constexpr int firstDeviceInterval = 5000;    // ms
 constexpr int offlineDeviceInterval = 10000; // ms
 constexpr int onlineDeviceInterval = 300000; // ms
 
-QLineEdit *readOnlyField(const QString &text, int maxLength, QWidget *parent)
+QLineEdit *readOnlyField(const QString &text)
 {
-    auto *field = new QLineEdit(parent);
-    field->setMaxLength(maxLength);
-    field->setText(text);
+    auto *field = new QLineEdit(text);
     field->setReadOnly(true);
     field->setFrame(false);
     return field;
+}
+
+void addRow(QGridLayout *rows, const QString &caption, QLineEdit *field)
+{
+    const int row = rows->rowCount();
+    rows->addWidget(new QLabel(caption), row, 0);
+    rows->addWidget(field, row, 1);
+    field->setAccessibleName(caption.chopped(1));
+}
+
+/// A picture button with its caption below.
+QLayout *captioned(QPushButton *button, const QString &caption)
+{
+    button->setFixedSize(actionSize, actionSize);
+    button->setIconSize(button->size());
+    button->setAccessibleName(caption);
+    auto *column = new QVBoxLayout;
+    column->addStretch(1);
+    column->addWidget(button, 0, Qt::AlignHCenter);
+    column->addWidget(new QLabel(caption), 0, Qt::AlignHCenter);
+    column->addStretch(1);
+    return column;
 }
 } // namespace
 
@@ -55,56 +78,62 @@ void DriverItem::buildPanel()
     panel->setObjectName(QStringLiteral("panel"));
     panel->setStyleSheet(QStringLiteral("#panel{background-color:white;border-top-left-radius:85px;"
                                         "border-bottom-right-radius:85px;}"));
-    auto *outer = new QVBoxLayout(this);
+    auto *outer = new QHBoxLayout(this);
+    outer->setContentsMargins(0, 0, 0, 0);
     outer->addWidget(panel);
+    auto *inner = new QHBoxLayout(panel);
+    inner->setContentsMargins(cornerRadius / 2, 10, cornerRadius / 2, 10); // clear of the round corners
+    inner->addLayout(fieldRows(), 1);
+    inner->addLayout(buttonRow());
+}
 
-    m_nameField = readOnlyField(m_info.printerName, nameLength, panel);
-    m_serialField = readOnlyField(m_info.cloudSn, serialLength, panel);
-    m_deviceField = readOnlyField(QString(), QLineEdit().maxLength(), panel);
-    m_resultField = readOnlyField(QString(), QLineEdit().maxLength(), panel);
-
+QLayout *DriverItem::fieldRows()
+{
+    m_nameField = readOnlyField(m_info.printerName);
+    m_nameField->setMaxLength(nameLength);
+    m_serialField = readOnlyField(m_info.cloudSn);
+    m_serialField->setMaxLength(serialLength);
+    m_deviceField = readOnlyField(QString());
     m_deviceField->setObjectName(QStringLiteral("deviceState"));
 
-    auto *refresh = new QPushButton(QIcon(QStringLiteral(":/image/resource/refresh.png")), QString(), panel);
+    auto *rows = new QGridLayout;
+    addRow(rows, QStringLiteral("打印机名:"), m_nameField);
+    addRow(rows, QStringLiteral("云序列号:"), m_serialField);
+    addRow(rows, QStringLiteral("设备状态:"), m_deviceField);
+    rows->addWidget(refreshButton(), rows->rowCount() - 1, 2);
+    // Nothing ever writes to this one: outcomes go to the journal. Intended.
+    addRow(rows, QStringLiteral("打印结果:"), readOnlyField(QString()));
+    return rows;
+}
+
+/// The button and, beside it, the spinner that turns while the answer is awaited.
+QWidget *DriverItem::refreshButton()
+{
+    auto *place = new QWidget;
+    auto *refresh = new QPushButton(QIcon(QStringLiteral(":/image/resource/refresh.png")), QString());
     refresh->setObjectName(QStringLiteral("refreshButton"));
     refresh->setAccessibleName(QStringLiteral("刷新设备状态"));
     connect(refresh, &QPushButton::clicked, this, &DriverItem::onDevStateClicked);
-    m_deviceSpinner = new QCircleProcess(deviceSpinnerSize, panel);
+    m_deviceSpinner = new QCircleProcess(deviceSpinnerSize);
     m_deviceSpinner->setColor(QColor(QStringLiteral("#0000ff")));
-    auto *device = new QWidget(panel);
-    auto *deviceLayout = new QHBoxLayout(device);
-    deviceLayout->setContentsMargins(0, 0, 0, 0);
-    deviceLayout->addWidget(refresh);
-    deviceLayout->addWidget(m_deviceSpinner);
-
-    auto *rows = new QVBoxLayout(panel);
-    addRow(rows, QStringLiteral("打印机名:"), m_nameField);
-    addRow(rows, QStringLiteral("云序列号:"), m_serialField);
-    addRow(rows, QStringLiteral("设备状态:"), m_deviceField, device);
-    addRow(rows, QStringLiteral("打印结果:"), m_resultField);
-    rows->addLayout(buttonRow());
-}
-
-void DriverItem::addRow(QVBoxLayout *rows, const QString &caption, QLineEdit *field, QWidget *extra)
-{
-    auto *row = new QHBoxLayout;
-    row->addWidget(new QLabel(caption));
-    row->addWidget(field, 1);
-    if (extra)
-        row->addWidget(extra);
-    rows->addLayout(row);
+    auto *layout = new QHBoxLayout(place);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(refresh);
+    layout->addWidget(m_deviceSpinner);
+    return place;
 }
 
 QLayout *DriverItem::buttonRow()
 {
-    auto *test = new QPushButton(QIcon(QStringLiteral(":/image/resource/test.png")), QStringLiteral("打印测试"));
+    auto *test = new QPushButton(QIcon(QStringLiteral(":/image/resource/test.png")), QString());
     test->setObjectName(QStringLiteral("testButton"));
     connect(test, &QPushButton::clicked, this, &DriverItem::onTestClicked);
-    m_printSpinner = new QCircleProcess(printSpinnerSize, this);
+    m_printSpinner = new QCircleProcess(printSpinnerSize, test);
     m_printSpinner->setColor(QColor(QStringLiteral("#ffffff")));
+    m_printSpinner->move((actionSize - printSpinnerSize) / 2, (actionSize - printSpinnerSize) / 2);
+
     auto *row = new QHBoxLayout;
-    row->addStretch(1);
-    row->addWidget(test);
+    row->addLayout(captioned(test, QStringLiteral("打印测试")));
     return row;
 }
 

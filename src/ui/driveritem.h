@@ -10,10 +10,8 @@
 #include <QWidget>
 
 class QCircleProcess;
-class QHBoxLayout;
+class QLayout;
 class QLineEdit;
-class QPushButton;
-class QVBoxLayout;
 class StateThread;
 
 /// The card of one cloud printer: its name, its serial, the state of the device as the cloud service tells it, and the
@@ -71,7 +69,8 @@ private:
     };
 
     void buildPanel();
-    void addRow(QVBoxLayout *rows, const QString &caption, QLineEdit *field, QWidget *extra = nullptr);
+    QLayout *fieldRows();
+    QWidget *refreshButton();
     QLayout *buttonRow();
     void startTimers();
     void prepareDeviceRequest();
@@ -98,5 +97,4 @@ private:
     QLineEdit *m_nameField = nullptr;
     QLineEdit *m_serialField = nullptr;
     QLineEdit *m_deviceField = nullptr;
-    QLineEdit *m_resultField = nullptr; // stays empty: outcomes go to the journal. Intended.
 };

@@ -313,7 +313,8 @@ void TestWin32Spooler::renaming()
     QCOMPARE(openError("前台 Café"), DWORD(ERROR_INVALID_PRINTER_NAME));
     QCOMPARE(Win32Emulator::printerData("二楼 B", "CloudId")->second, std::string("id"));
 
-    printerInfo(block).pPortName = wide("nowhere");
+    const QString nowhere = "nowhere";
+    printerInfo(block).pPortName = wide(nowhere);
     QVERIFY(!SetPrinterW(queue, 2, reinterpret_cast<LPBYTE>(block.data()), 0));
     QCOMPARE(GetLastError(), DWORD(ERROR_UNKNOWN_PORT));
 }
