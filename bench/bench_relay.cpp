@@ -4,12 +4,12 @@
 // The jobs are sent by other processes, so that only the program's own memory is counted.
 
 #include "capture/printerserver.h"
+#include "support/freeport.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QFile>
-#include <QHostAddress>
 #include <QProcess>
 #include <QTcpSocket>
 #include <QTimer>
@@ -26,13 +26,6 @@ constexpr int answerLimit = 120000; // ms
 constexpr int heartbeat = 5;        // ms
 
 quint16 cloudPort = 0;
-
-quint16 freePort()
-{
-    QTcpServer server;
-    server.listen(QHostAddress::LocalHost);
-    return server.serverPort();
-}
 
 QString bin(const QString &name)
 {

@@ -3,6 +3,7 @@
 #include "cloud/cloudservice.h"
 #include "resources/resources.h"
 #include "store/journal.h"
+#include "support/freeport.h"
 #include "ui/driveritem.h"
 #include "ui/errordialog.h"
 
@@ -31,13 +32,6 @@ QString baseAddress;
 std::string queue(int printer)
 {
     return printer == 0 ? "前台" : "前台" + std::to_string(printer);
-}
-
-quint16 freePort()
-{
-    QTcpServer server;
-    server.listen(QHostAddress::LocalHost);
-    return server.serverPort();
 }
 
 QDir detailFolder()
@@ -129,7 +123,7 @@ void Road::print(const QString &document, const QByteArray &bytes, int printer)
     Win32Emulator::setJobStatus(job, jobPrinting);
     const int relays = log.count("12_PrinterThread init");
     QTcpSocket socket;
-    socket.connectToHost(QHostAddress::LocalHost, m_ports.at(size_t(printer)));
+    socket.connectToHost(QHostAddress::LocalHost, port(printer));
     QVERIFY(socket.waitForConnected());
     socket.write(bytes);
     socket.disconnectFromHost();

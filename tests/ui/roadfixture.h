@@ -6,9 +6,7 @@
 #include "ui/velmainwindow.h"
 
 #include <QElapsedTimer>
-#include <QHostAddress>
 #include <QStringList>
-#include <QTcpServer>
 #include <QTimer>
 
 #include <functional>
@@ -68,6 +66,7 @@ public:
     /// loop, so the action runs inside it.
     void whileMessageIsOpen(std::function<void()> action) { m_action = std::move(action); }
 
+    quint16 port(int printer) const { return m_ports.at(size_t(printer)); }
     DriverItem *card() const;
     QString deviceState() const;
 

@@ -6,7 +6,9 @@
 #include "cloud/cloudservice.h"
 #include "ui/driveritem.h"
 
+#include <QElapsedTimer>
 #include <QPushButton>
+#include <QTcpSocket>
 #include <QTest>
 
 #include "win32/control.h"
@@ -35,6 +37,7 @@ private slots:
     void nextJobArrivesWhileAMessageIsOpen();
     void cardGoesWhileItsJobIsOnTheRoad();
     void cardGoesUnderItsOwnMessage();
+    void programEndsWhileJobsRun();
 
 private:
     std::unique_ptr<CloudService> m_good;
@@ -120,6 +123,30 @@ void CardTest::cardGoesUnderItsOwnMessage()
         QCOMPARE(road.records(1).size(), 1);
         QVERIFY(!road.card());
     }
+}
+
+/// As main() does it: the window goes first, then what still runs is ended, in the middle of whatever it does.
+void CardTest::programEndsWhileJobsRun()
+{
+    RawHttpPeer peer({{submission, {PeerAnswer::silence(), accepted}},
+                      {result, {status("正在打印")}},
+                      {device, {PeerAnswer::silence()}}});
+    QTcpSocket collecting;
+    QElapsedTimer timer;
+    {
+        Road road(peer.baseAddress(), 3);
+        road.print("submitting", "x", 0);
+        QTRY_COMPARE(peer.requestCount(submission), 1);
+        road.print("polling", "x", 1);
+        QTRY_VERIFY(road.log.contains("继续查询状态"));
+        collecting.connectToHost(QHostAddress::LocalHost, road.port(2));
+        collecting.write("x");
+        QTRY_COMPARE(road.log.count("12_PrinterThread init"), 3);
+        road.find<QPushButton>("testButton")->click();
+        timer.start();
+    }
+    QVERIFY(RunningThreads::endAll(5000));
+    QVERIFY(timer.elapsed() < 3000);
 }
 
 QTEST_MAIN(CardTest)
