@@ -135,9 +135,9 @@ void CardTest::programEndsWhileJobsRun()
     QElapsedTimer timer;
     {
         Road road(peer.baseAddress(), 3);
-        road.print("submitting", "x", 0);
+        road.print("submitting", "x", 1);
         QTRY_COMPARE(peer.requestCount(submission), 1);
-        road.print("polling", "x", 1);
+        road.print("polling", "x", 0);
         QTRY_VERIFY(road.log.contains("继续查询状态"));
         collecting.connectToHost(QHostAddress::LocalHost, road.port(2));
         collecting.write("x");
