@@ -1,0 +1,77 @@
+#include "quaylink/exports.h"
+
+#include <memory>
+#include <type_traits>
+#include <vector>
+
+namespace {
+
+constexpr DWORD stopTimeout = 30000; // ms for all dependents together
+constexpr DWORD pollInterval = 250;  // ms
+
+struct CloseService
+{
+    void operator()(SC_HANDLE service) const { CloseServiceHandle(service); }
+};
+using ServiceHandle = std::unique_ptr<std::remove_pointer_t<SC_HANDLE>, CloseService>;
+
+/// Time since GetTickCount() gave `start`; right across the counter's wrap-around.
+DWORD millisecondsSince(DWORD start)
+{
+    return GetTickCount() - start;
+}
+
+bool waitUntilStopped(SC_HANDLE service, DWORD start)
+{
+    for (;;) {
+        SERVICE_STATUS status = {};
+        if (!QueryServiceStatus(service, &status))
+            return false;
+        if (status.dwCurrentState == SERVICE_STOPPED)
+            return true;
+        if (millisecondsSince(start) > stopTimeout)
+            return false;
+        Sleep(pollInterval);
+    }
+}
+
+bool stopService(SC_HANDLE manager, LPCWSTR name, DWORD start)
+{
+    const ServiceHandle service(OpenServiceW(manager, name, SERVICE_STOP | SERVICE_QUERY_STATUS));
+    if (!service)
+        return false;
+    SERVICE_STATUS status = {};
+    if (ControlService(service.get(), SERVICE_CONTROL_STOP, &status))
+        return waitUntilStopped(service.get(), start);
+    const DWORD error = GetLastError();
+    // Someone else may be stopping it, or has done so.
+    if (error != ERROR_SERVICE_CANNOT_ACCEPT_CTRL && error != ERROR_SERVICE_NOT_ACTIVE)
+        return false;
+    return waitUntilStopped(service.get(), start);
+}
+
+} // namespace
+
+int StopDependentServices(SC_HANDLE manager, SC_HANDLE service)
+{
+    if (!manager || !service)
+        return FALSE;
+    DWORD needed = 0;
+    DWORD count = 0;
+    // The size query succeeds only when there is nothing to list.
+    if (EnumDependentServicesW(service, SERVICE_ACTIVE, nullptr, 0, &needed, &count))
+        return TRUE;
+    if (GetLastError() != ERROR_MORE_DATA)
+        return FALSE;
+    std::vector<ENUM_SERVICE_STATUSW> dependents(needed / sizeof(ENUM_SERVICE_STATUSW) + 1);
+    const auto size = static_cast<DWORD>(dependents.size() * sizeof(ENUM_SERVICE_STATUSW));
+    if (!EnumDependentServicesW(service, SERVICE_ACTIVE, dependents.data(), size, &needed, &count))
+        return FALSE;
+    // They come in the reverse order of their start, so each is stopped before those that it depends on.
+    const DWORD start = GetTickCount();
+    for (DWORD i = 0; i < count; ++i) {
+        if (!stopService(manager, dependents[i].lpServiceName, start))
+            return FALSE;
+    }
+    return TRUE;
+}
