@@ -1,8 +1,10 @@
 #pragma once
 
 #include <QList>
+#include <QMap>
 #include <QObject>
 #include <QProcess>
+#include <QSet>
 #include <QString>
 
 #include "spooler/printerhandle.h"
@@ -50,6 +52,59 @@ public:
     bool EnumLocalPrinters(QList<PRINTER_INFO_2W> &printers, SpoolerBuffer &buffer);
     bool EnumLocalPorts(QList<PORT_INFO_2W> &ports, SpoolerBuffer &buffer);
     bool EnumLocalDrivers(QList<DRIVER_INFO_3W> &drivers, SpoolerBuffer &buffer);
+
+    /// Standard TCP/IP ports, by the port helper library: 0, an error code of the library, or -1 when the library or its
+    /// export is missing.
+    int addStandardTcpPort(const QString &portName, const QString &host, unsigned int portNumber);
+    int ConfigStandardTcpPort(const QString &portName, const QString &host, unsigned int portNumber);
+    int DeleteStandardTcpPort(const QString &portName);
+    /// Writes `host` and `portNumber` only on success.
+    int GetPortInfo(const QString &portName, QString &host, unsigned short &portNumber);
+
+    /// Stops what depends on a service, by the helper library. Blocks for up to half a minute.
+    bool StopDependentServices(SC_HANDLE manager, SC_HANDLE service);
+
+    /// The service manager, or null. The caller closes it.
+    SC_HANDLE QOpenSCManager();
+
+    /// A service, or null. The caller closes it and the manager; a failure has closed the manager already.
+    SC_HANDLE QOpenService(SC_HANDLE manager, const QString &name, DWORD access);
+
+    /// Stops a service and what depends on it. True only when this call stopped it: one that was stopped already, or was
+    /// being stopped, gives false. Blocks for half a minute and more.
+    bool StopSvc(const QString &name);
+
+    /// Starts a service. True once the start is accepted, even if the service then stalls. Blocks while it starts.
+    bool StartSvc(const QString &name);
+
+    /// A text value of a driver's registry key, as it stands; empty when it cannot be read.
+    QString GetDriverRegInfo(const QString &value, const QString &driver, const QString &environment);
+
+    /// The driver's version in the first environment that has one; empty if none.
+    QString GetDriverVersion(const QString &driver);
+
+    /// The INF file that the spooler installed the driver from.
+    QString GetDriverInfPath(const QString &driver, const QString &environment);
+
+    /// INF path by environment: always all three environments, with an empty path where the driver is not installed.
+    /// Empty for an empty driver name.
+    QMap<QString, QString> GetDriverInfPaths(const QString &driver);
+
+    /// What an INF file declares; empty when it cannot be read or does not say.
+    QString GetInfVersion(const QString &fileName);
+    QString GetInfManufacturer(const QString &fileName);
+    QSet<QString> GetInfDrivers(const QString &fileName);
+
+    /// Deletes a driver, by the helper library. After a failure the spooler is restarted and the deletion tried once
+    /// more.
+    bool RemovePrinterDriver(const QString &driver, const QString &environment);
+
+    /// Deletes a driver package from the driver store.
+    bool RemovePrinterDriverPackage(const QString &infPath, const QString &environment);
+
+    /// Removes every queue, driver and driver package of the models that an INF file declares. The first failure ends
+    /// it; what was removed by then stays removed.
+    bool RemoveSeriesDriver(const QString &fileName);
 
 public slots:
     /// Logs the end of a set-up process.

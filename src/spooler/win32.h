@@ -4,3 +4,4 @@
 #include <windows.h>
 
 #include <winspool.h>
+#include <winsvc.h>

@@ -1,0 +1,230 @@
+#include "spooler/cprinter.h"
+
+#include "spooler/win32text.h"
+
+#include <QDebug>
+#include <QThread>
+
+#include <algorithm>
+#include <memory>
+#include <type_traits>
+
+namespace {
+
+constexpr DWORD stopTimeout = 30000;       // ms from the beginning of StopSvc
+constexpr DWORD stopPause = 500;           // ms
+constexpr DWORD shortestStartPause = 1000; // ms
+constexpr DWORD longestStartPause = 10000; // ms
+constexpr int serviceNameCapacity = 260;   // UTF-16 units with the terminating zero
+
+struct CloseService
+{
+    void operator()(SC_HANDLE handle) const { CloseServiceHandle(handle); }
+};
+using ServiceHandle = std::unique_ptr<std::remove_pointer_t<SC_HANDLE>, CloseService>;
+
+/// A service and the manager it was opened from; the service is closed first.
+struct OpenedService
+{
+    ServiceHandle manager;
+    ServiceHandle service;
+};
+
+OpenedService openService(CPrinter &printer, const QString &name, DWORD access)
+{
+    const SC_HANDLE manager = printer.QOpenSCManager();
+    if (!manager)
+        return {};
+    const SC_HANDLE service = printer.QOpenService(manager, name, access);
+    // A service that does not open takes the manager's handle with it.
+    if (!service)
+        return {};
+    return {ServiceHandle(manager), ServiceHandle(service)};
+}
+
+/// True when the program ends; a wait for a service must not hold that up.
+bool interrupted()
+{
+    return QThread::currentThread()->isInterruptionRequested();
+}
+
+/// Time since GetTickCount() gave `start`; right across the counter's wrap-around.
+DWORD millisecondsSince(DWORD start)
+{
+    return GetTickCount() - start;
+}
+
+void waitWhileStartPending(SC_HANDLE service)
+{
+    SERVICE_STATUS status = {};
+    QueryServiceStatus(service, &status);
+    DWORD progressTime = GetTickCount();
+    DWORD checkPoint = status.dwCheckPoint;
+    while (status.dwCurrentState == SERVICE_START_PENDING && !interrupted()) {
+        Sleep(std::clamp(status.dwWaitHint / 10, shortestStartPause, longestStartPause));
+        if (!QueryServiceStatus(service, &status))
+            return;
+        if (status.dwCheckPoint > checkPoint) {
+            progressTime = GetTickCount();
+            checkPoint = status.dwCheckPoint;
+        } else if (millisecondsSince(progressTime) > status.dwWaitHint) {
+            return;
+        }
+    }
+}
+
+/// One attempt to stop a service, from its first status to the last.
+class ServiceStop
+{
+public:
+    ServiceStop(CPrinter &printer, OpenedService opened, DWORD start)
+        : m_printer(printer)
+        , m_opened(std::move(opened))
+        , m_start(start)
+    {
+    }
+
+    bool run()
+    {
+        if (!query("806_CPrinter QueryServiceStatusEx failed (%lu)"))
+            return false;
+        if (state() == SERVICE_STOPPED) {
+            qDebug("813_CPrinter Service is already stopped.");
+            return false;
+        }
+        if (!waitForForeignStop() || interrupted())
+            return false;
+        m_printer.StopDependentServices(m_opened.manager.get(), m_opened.service.get());
+        return stop();
+    }
+
+private:
+    DWORD state() const { return m_status.dwCurrentState; }
+    bool timedOut() const { return millisecondsSince(m_start) > stopTimeout; }
+
+    bool query(const char *failureText)
+    {
+        DWORD needed = 0;
+        if (QueryServiceStatusEx(m_opened.service.get(), SC_STATUS_PROCESS_INFO, reinterpret_cast<LPBYTE>(&m_status),
+                                 sizeof m_status, &needed))
+            return true;
+        qDebug(failureText, ulong(GetLastError()));
+        return false;
+    }
+
+    /// Sees a stop that someone else began to its end. False ends the attempt, even when the service has stopped: it
+    /// was not this attempt that stopped it.
+    bool waitForForeignStop()
+    {
+        while (state() == SERVICE_STOP_PENDING && !interrupted()) {
+            qDebug("822_CPrinter Service stop pending...");
+            Sleep(m_status.dwWaitHint);
+            if (!query("831_CPrinter QueryServiceStatusEx failed (%lu)"))
+                return false;
+            if (state() == SERVICE_STOPPED) {
+                qDebug("838_CPrinter Service stopped successfully.");
+                return false;
+            }
+            if (timedOut()) {
+                qDebug("845_CPrinter Service stop timed out.");
+                return false;
+            }
+        }
+        return true;
+    }
+
+    bool stop()
+    {
+        // Intended: a service that neither stops nor tells that it is stopping is told again at once.
+        while (state() != SERVICE_STOPPED) {
+            if (interrupted() || !sendStop() || !waitWhileStopPending())
+                return false;
+        }
+        qDebug("899_CPrinter Service stopped successfully");
+        return true;
+    }
+
+    bool sendStop()
+    {
+        // A SERVICE_STATUS_PROCESS begins with the members of a SERVICE_STATUS.
+        if (!ControlService(m_opened.service.get(), SERVICE_CONTROL_STOP,
+                            reinterpret_cast<LPSERVICE_STATUS>(&m_status))) {
+            qDebug("863_CPrinter ControlService failed (%lu)", ulong(GetLastError()));
+            return false;
+        }
+        qDebug("870_CPrinter Current service status is (0x%lx)", ulong(state()));
+        return true;
+    }
+
+    bool waitWhileStopPending()
+    {
+        while (state() == SERVICE_STOP_PENDING && !interrupted()) {
+            Sleep(m_status.dwWaitHint);
+            if (!query("882_CPrinter QueryServiceStatusEx failed (%lu)\n"))
+                return false;
+            if (state() == SERVICE_STOPPED)
+                return true;
+            Sleep(stopPause);
+            if (timedOut()) {
+                qDebug("893_CPrinter Wait timed out");
+                return false;
+            }
+        }
+        return true;
+    }
+
+    CPrinter &m_printer;
+    const OpenedService m_opened;
+    const DWORD m_start;
+    SERVICE_STATUS_PROCESS m_status = {};
+};
+
+} // namespace
+
+SC_HANDLE CPrinter::QOpenSCManager()
+{
+    qDebug("731_CPrinter QOpenSCManager");
+    const SC_HANDLE manager = OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS);
+    if (!manager)
+        qDebug("739_CPrinter OpenSCManager failed (%lu)", ulong(GetLastError()));
+    return manager;
+}
+
+SC_HANDLE CPrinter::QOpenService(SC_HANDLE manager, const QString &name, DWORD access)
+{
+    qDebug() << "748_CPrinter QOpenService()" << name;
+    if (!manager)
+        return nullptr;
+    const SC_HANDLE service = OpenServiceW(manager, WideText(name.left(serviceNameCapacity - 1)).data(), access);
+    if (!service) {
+        // The text names the manager although it is the service that does not open.
+        qDebug("762_CPrinter OpenSCManager failed (%lu)", ulong(GetLastError()));
+        CloseServiceHandle(manager);
+    }
+    return service;
+}
+
+bool CPrinter::StartSvc(const QString &name)
+{
+    qDebug() << "935_CPrinter StartSvc()" << name;
+    const OpenedService opened = openService(*this, name, SERVICE_ALL_ACCESS);
+    if (!opened.service)
+        return false;
+    const bool started = StartServiceW(opened.service.get(), 0, nullptr) != FALSE;
+    if (started)
+        waitWhileStartPending(opened.service.get());
+    else
+        qDebug("958_CPrinter StartService failed (%lu)", ulong(GetLastError()));
+    qDebug() << "1014_CPrinter StartSvc() returned" << started;
+    return started;
+}
+
+bool CPrinter::StopSvc(const QString &name)
+{
+    qDebug() << "772_CPrinter StopSvc()" << name;
+    const DWORD start = GetTickCount();
+    OpenedService opened = openService(*this, name, SERVICE_STOP | SERVICE_QUERY_STATUS | SERVICE_ENUMERATE_DEPENDENTS);
+    if (!opened.service)
+        return false;
+    return ServiceStop(*this, std::move(opened), start).run();
+}
