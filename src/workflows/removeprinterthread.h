@@ -1,0 +1,48 @@
+#pragma once
+
+#include <QThread>
+
+#include "store/driverinfo.h"
+#include "spooler/cprinter.h"
+
+/// Deletes the queue of one cloud printer and, where asked to, the driver and its packages unless another printer uses
+/// them. The printer's port stays: a later add uses it again. Created, and deleted through finished(), by the interface
+/// thread; set the options before it starts, and start it once. Nothing is rolled back.
+class RemovePrinterThread : public QThread
+{
+    Q_OBJECT
+
+public:
+    explicit RemovePrinterThread(const DriverInfo &info, QObject *parent = nullptr);
+
+    /// Whether the driver goes with the queue. Off at first.
+    bool removeDriver() const { return m_removeDriver; }
+    void setRemoveDriver(bool remove) { m_removeDriver = remove; }
+
+    /// Whether the driver's packages go with the driver. Off at first.
+    bool removeDriverPackage() const { return m_removeDriverPackage; }
+    void setRemoveDriverPackage(bool remove) { m_removeDriverPackage = remove; }
+
+signals:
+    /// Emitted exactly once, with the record as it was given.
+    void removeResult(bool success, const QString &message, const DriverInfo &driverinfo);
+
+protected:
+    void run() override;
+
+private:
+    struct Outcome
+    {
+        bool success;
+        QString message;
+    };
+
+    Outcome removePrinter();
+    Outcome removeDriverAndPackages();
+    bool isDriverInUse();
+
+    const DriverInfo m_info;
+    bool m_removeDriver = false;
+    bool m_removeDriverPackage = false;
+    CPrinter m_printer;
+};
