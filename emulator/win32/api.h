@@ -5,4 +5,5 @@
 #pragma GCC visibility push(default)
 #include <windows.h>
 #include <winspool.h>
+#include <winsvc.h>
 #pragma GCC visibility pop

@@ -64,6 +64,13 @@ DWORD codeCall(const char *function, const std::string &arguments, const std::fu
     return perform(function, arguments, work).value_or(ERROR_SUCCESS);
 }
 
+std::string hexadecimal(ACCESS_MASK access)
+{
+    char text[16];
+    std::snprintf(text, sizeof text, "0x%x", access);
+    return text;
+}
+
 void setHook(const std::string &function, std::function<void()> action)
 {
     const std::lock_guard lock(hooksMutex);

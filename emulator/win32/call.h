@@ -17,6 +17,9 @@ BOOL boolCall(const char *function, const std::string &arguments, const std::fun
 /// For functions that return the error code.
 DWORD codeCall(const char *function, const std::string &arguments, const std::function<void()> &work);
 
+/// Access rights as the recorded arguments show them.
+std::string hexadecimal(ACCESS_MASK access);
+
 /// Runs the action once, in this process, before the next call of the function does its work.
 void setHook(const std::string &function, std::function<void()> action);
 

@@ -2,14 +2,14 @@
 
 #include "win32/call.h"
 #include "win32/model/calls.h"
-#include "win32/model/drivers.h"
 #include "win32/model/faults.h"
 #include "win32/model/jobs.h"
-#include "win32/model/ports.h"
 #include "win32/model/printerdata.h"
-#include "win32/model/printers.h"
 #include "win32/model/schema.h"
 #include "win32/printerhandle.h"
+#include "win32/registry.h"
+#include "win32/servicehandle.h"
+#include "win32/time.h"
 
 #include <sstream>
 
@@ -18,12 +18,38 @@ namespace Win32Emulator {
 void reset()
 {
     clearHooks();
+    switchVirtualTime(false);
     Model::resetState();
 }
 
 void addDriver(const std::string &name)
 {
     Model::addDriver({name});
+}
+
+void installDriver(const Model::Driver &driver)
+{
+    Model::addDriver(driver);
+}
+
+std::vector<Model::Printer> printers()
+{
+    return Model::printers();
+}
+
+std::vector<Model::Port> ports()
+{
+    return Model::ports();
+}
+
+std::vector<Model::Driver> drivers()
+{
+    return Model::drivers();
+}
+
+std::vector<Model::DriverPackage> driverPackages()
+{
+    return Model::driverPackages();
 }
 
 void addPort(const std::string &name, const std::string &host, unsigned number)
@@ -78,6 +104,31 @@ void beforeCall(const std::string &function, std::function<void()> action)
     setHook(function, std::move(action));
 }
 
+void addService(const std::string &name, const std::string &dependsOn)
+{
+    Model::addService(name, dependsOn);
+}
+
+unsigned serviceState(const std::string &name)
+{
+    return Model::serviceState(name);
+}
+
+void setServiceState(const std::string &name, unsigned state)
+{
+    Model::setServiceState(name, state);
+}
+
+void scriptService(const std::string &name, const std::vector<Model::ServiceStatus> &statuses)
+{
+    Model::scriptService(name, statuses);
+}
+
+void useVirtualTime(unsigned ticks)
+{
+    switchVirtualTime(true, ticks);
+}
+
 std::vector<Call> calls(const std::string &function)
 {
     std::vector<Call> result;
@@ -93,7 +144,7 @@ void clearCalls()
 
 int openHandles()
 {
-    return static_cast<int>(printerHandles().size());
+    return static_cast<int>(printerHandles().size() + serviceHandles().size() + registryKeys().size());
 }
 
 } // namespace Win32Emulator

@@ -1,5 +1,9 @@
 #pragma once
 
+#include "win32/model/drivers.h"
+#include "win32/model/ports.h"
+#include "win32/model/printers.h"
+#include "win32/model/services.h"
 #include "win32/model/submissiontime.h"
 
 #include <functional>
@@ -14,11 +18,20 @@
 #pragma GCC visibility push(default)
 namespace Win32Emulator {
 
-/// A fresh machine: the service "Spooler" running, nothing else; no faults, hooks or recorded calls.
+/// A fresh machine: the service "Spooler" running, nothing else; no faults, hooks or recorded calls; real time.
 void reset();
 
 /// Installs a driver for the environment "Windows x64", with a version and an INF path.
 void addDriver(const std::string &name = "Orvo OX-410T");
+
+/// Installs a driver for any environment, with the version and the INF path given.
+void installDriver(const Model::Driver &driver);
+
+/// What is there, in the order of creation.
+std::vector<Model::Printer> printers();
+std::vector<Model::Port> ports();
+std::vector<Model::Driver> drivers();
+std::vector<Model::DriverPackage> driverPackages();
 
 /// Adds a Standard TCP/IP port of the raw protocol.
 void addPort(const std::string &name, const std::string &host, unsigned number);
@@ -52,6 +65,20 @@ void failCalls(const std::string &function, unsigned error, int skip = 0, int ti
 /// machine between the two calls of a size query.
 void beforeCall(const std::string &function, std::function<void()> action);
 
+/// Adds a running service that needs another one.
+void addService(const std::string &name, const std::string &dependsOn);
+
+/// State of a service, a SERVICE_... value.
+unsigned serviceState(const std::string &name);
+void setServiceState(const std::string &name, unsigned state);
+
+/// Lays down what a service reports from now on: one status for each start, control and query, the last one for good.
+void scriptService(const std::string &name, const std::vector<Model::ServiceStatus> &statuses);
+
+/// Lets Sleep() return at once and GetTickCount() count nothing but what was slept, from `ticks` on. In this process,
+/// until reset().
+void useVirtualTime(unsigned ticks = 0);
+
 /// A recorded call: the function's name and its telling arguments, as in "前台 access=0x4".
 struct Call
 {
@@ -64,7 +91,7 @@ std::vector<Call> calls(const std::string &function = {});
 
 void clearCalls();
 
-/// Printer handles that are open in this process.
+/// Handles of printers, services and registry keys that are open in this process.
 int openHandles();
 
 } // namespace Win32Emulator

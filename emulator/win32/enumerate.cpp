@@ -5,14 +5,11 @@
 #include "win32/printerinfo.h"
 
 #include <algorithm>
-#include <iterator>
 
 using namespace Win32Emulator;
 
 namespace {
 
-constexpr const char *ownEnvironment = "Windows x64";
-constexpr const char *environments[] = {ownEnvironment, "Windows NT x86", "Windows IA64"};
 constexpr const char *driverFolder = R"(C:\Windows\System32\spool\DRIVERS\x64\3\)";
 
 std::string sizeText(DWORD level, DWORD size)
@@ -55,13 +52,11 @@ std::vector<Model::Driver> driversOf(const std::string &environment)
 std::vector<Model::Driver> chosenDrivers(LPCWSTR environment)
 {
     if (!environment)
-        return driversOf(ownEnvironment);
+        return driversOf(Model::ownEnvironment);
     const std::string name = fromUtf16(environment);
     if (Model::compareNames(name, "all") == 0)
         return Model::drivers();
-    const auto isSame = [&](const char *known) { return Model::compareNames(name, known) == 0; };
-    if (std::none_of(std::begin(environments), std::end(environments), isSame))
-        throw Model::Error(ERROR_INVALID_ENVIRONMENT, "there is no such environment");
+    Model::checkEnvironment(name);
     return driversOf(name);
 }
 

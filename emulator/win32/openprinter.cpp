@@ -3,19 +3,11 @@
 #include "win32/model/error.h"
 #include "win32/printerhandle.h"
 #include "win32/utf16.h"
-
-#include <cstdio>
+#include "win32/xcv.h"
 
 using namespace Win32Emulator;
 
 namespace {
-
-std::string hexadecimal(ACCESS_MASK access)
-{
-    char text[16];
-    std::snprintf(text, sizeof text, "0x%x", access);
-    return text;
-}
 
 /// The rights that a wish for access gives. No wish at all gives the right to use the printer.
 ACCESS_MASK grantedAccess(ACCESS_MASK desired)
@@ -36,10 +28,11 @@ BOOL WINAPI OpenPrinterW(LPWSTR name, HANDLE *handle, LPPRINTER_DEFAULTSW defaul
     return boolCall("OpenPrinterW", printer + " access=" + hexadecimal(desired), [&] {
         if (!handle)
             throw Model::Error(ERROR_INVALID_PARAMETER, "no place for the handle");
+        PrinterHandle opened{0, printer, grantedAccess(desired), monitorTarget(printer)};
         // A null name opens the print server itself.
-        const std::int64_t id = name ? Model::findPrinter(printer).id : 0;
-        *handle =
-            printerHandles().add(std::make_shared<PrinterHandle>(PrinterHandle{id, printer, grantedAccess(desired)}));
+        if (name && !opened.monitorPort)
+            opened.printer = Model::findPrinter(printer).id;
+        *handle = printerHandles().add(std::make_shared<PrinterHandle>(std::move(opened)));
     });
 }
 

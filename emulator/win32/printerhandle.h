@@ -4,16 +4,18 @@
 #include "win32/handletable.h"
 #include "win32/model/printers.h"
 
+#include <optional>
 #include <string>
 
 namespace Win32Emulator {
 
-/// What OpenPrinterW opened: a queue, or the print server when `printer` is 0.
+/// What OpenPrinterW opened: a queue, or the print server when `printer` is 0, or a door to the port monitor.
 struct PrinterHandle
 {
     std::int64_t printer = 0;
     std::string name; ///< that it was opened by, for the record of calls
     ACCESS_MASK access = 0;
+    std::optional<std::string> monitorPort = {}; ///< the monitor's port, empty for the monitor itself
 };
 
 HandleTable<PrinterHandle> &printerHandles();

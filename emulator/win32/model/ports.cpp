@@ -14,6 +14,11 @@ Port readPort(const Statement &row)
     return {row.text(0), row.text(1), static_cast<unsigned>(row.number(2))};
 }
 
+Error unknownPort(const std::string &name)
+{
+    return Error(ERROR_UNKNOWN_PORT, "there is no port \"" + name + '"');
+}
+
 } // namespace
 
 void addPort(const Port &port)
@@ -22,6 +27,24 @@ void addPort(const Port &port)
                                               port.name, port.host, port.number);
     if (added == 0)
         throw Error(ERROR_ALREADY_EXISTS, "there is already a port \"" + port.name + '"');
+}
+
+void changePort(const Port &port)
+{
+    if (Database::current().run("UPDATE ports SET host = ?, number = ? WHERE name = ?", port.host, port.number,
+                                port.name) == 0)
+        throw unknownPort(port.name);
+}
+
+void deletePort(const std::string &name)
+{
+    Transaction transaction;
+    Database &database = Database::current();
+    if (database.query("SELECT 1 FROM printers WHERE port = ?", name).next())
+        throw Error(ERROR_BUSY, "a printer uses the port \"" + name + '"');
+    if (database.run("DELETE FROM ports WHERE name = ?", name) == 0)
+        throw unknownPort(name);
+    transaction.commit();
 }
 
 std::optional<Port> findPort(const std::string &name)

@@ -17,6 +17,12 @@ struct Port
 /// Adds a port; throws ERROR_ALREADY_EXISTS when the name is taken.
 void addPort(const Port &port);
 
+/// Aims a port anew; throws ERROR_UNKNOWN_PORT.
+void changePort(const Port &port);
+
+/// Throws ERROR_UNKNOWN_PORT, and ERROR_BUSY while a queue prints to it.
+void deletePort(const std::string &name);
+
 std::optional<Port> findPort(const std::string &name);
 
 /// The ports in the order of their creation.

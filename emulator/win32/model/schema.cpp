@@ -4,6 +4,7 @@
 #include "win32/model/home.h"
 
 #include <filesystem>
+#include <vector>
 
 namespace Win32Emulator::Model {
 
@@ -20,7 +21,20 @@ constexpr const char *connectionSettings = R"(
 constexpr const char *tables = R"(
     CREATE TABLE services (
         name TEXT PRIMARY KEY COLLATE WINDOWS_NAME,
-        state INTEGER NOT NULL);
+        depends_on TEXT NOT NULL DEFAULT '' COLLATE WINDOWS_NAME,
+        state INTEGER NOT NULL,
+        check_point INTEGER NOT NULL DEFAULT 0,
+        wait_hint INTEGER NOT NULL DEFAULT 0);
+    CREATE TABLE service_scripts (
+        id INTEGER PRIMARY KEY AUTOINCREMENT,
+        service TEXT NOT NULL COLLATE WINDOWS_NAME,
+        state INTEGER NOT NULL,
+        check_point INTEGER NOT NULL,
+        wait_hint INTEGER NOT NULL);
+    CREATE TABLE driver_packages (
+        inf_path TEXT NOT NULL COLLATE WINDOWS_NAME,
+        environment TEXT NOT NULL COLLATE WINDOWS_NAME,
+        PRIMARY KEY (inf_path, environment));
     CREATE TABLE drivers (
         id INTEGER PRIMARY KEY,
         name TEXT NOT NULL COLLATE WINDOWS_NAME,
@@ -73,6 +87,8 @@ constexpr const char *tables = R"(
 
 constexpr const char *freshContent = R"(
     DELETE FROM services;
+    DELETE FROM service_scripts;
+    DELETE FROM driver_packages;
     DELETE FROM drivers;
     DELETE FROM ports;
     DELETE FROM jobs;
@@ -83,12 +99,27 @@ constexpr const char *freshContent = R"(
     INSERT INTO services (name, state) VALUES ('Spooler', 4 /* running */);
 )";
 
-constexpr int schemaVersion = 1;
+// Raise it with every change of the tables.
+constexpr int schemaVersion = 2;
 
 bool hasTables(Database &database)
 {
     Statement version = database.query("PRAGMA user_version");
     return version.next() && version.number(0) == schemaVersion;
+}
+
+/// The tables of another version go with what they hold: it is only an emulated machine.
+void dropTables(Database &database)
+{
+    std::vector<std::string> names;
+    {
+        Statement row =
+            database.query("SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT LIKE 'sqlite_%'");
+        while (row.next())
+            names.push_back(row.text(0));
+    }
+    for (const std::string &name : names)
+        database.run("DROP TABLE " + name);
 }
 
 } // namespace
@@ -99,9 +130,11 @@ void setUp(Database &database)
     if (hasTables(database))
         return;
     database.runScript("BEGIN IMMEDIATE");
+    dropTables(database);
     database.runScript(tables);
     database.runScript(freshContent);
-    database.runScript("PRAGMA user_version = 1; COMMIT");
+    database.run("PRAGMA user_version = " + std::to_string(schemaVersion));
+    database.runScript("COMMIT");
 }
 
 void resetState()
