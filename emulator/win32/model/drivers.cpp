@@ -62,7 +62,7 @@ void addDriver(Driver driver)
 
 bool hasDriver(const std::string &name)
 {
-    return Database::current().query("SELECT 1 FROM drivers WHERE name = ?", name).next();
+    return findDriver(name, ownEnvironment).has_value();
 }
 
 std::vector<Driver> drivers()

@@ -31,6 +31,7 @@ struct DriverPackage
 /// Installs a driver and its package; one of that name and environment is replaced.
 void addDriver(Driver driver);
 
+/// Whether a queue can use the driver: it is installed for the machine's own environment.
 bool hasDriver(const std::string &name);
 
 /// The installed drivers in the order of their installation.
