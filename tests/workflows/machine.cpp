@@ -1,0 +1,38 @@
+#include "machine.h"
+
+#include "win32/control.h"
+
+using namespace Win32Emulator;
+
+namespace {
+
+QString cloudId(const std::string &printer)
+{
+    const auto value = printerData(printer, "CloudId");
+    return value ? QString::fromUtf8(value->second.c_str()) : "-";
+}
+
+QString cloudPort(const std::string &printer)
+{
+    const auto value = printerData(printer, "CloudPort");
+    if (!value)
+        return "-";
+    return QString::number(uchar(value->second[0]) | uchar(value->second[1]) << 8);
+}
+
+} // namespace
+
+QStringList machineContent()
+{
+    QStringList content;
+    for (const auto &port : ports())
+        content << QString::fromStdString("port " + port.name + ' ' + port.host + ':' + std::to_string(port.number));
+    for (const auto &driver : drivers())
+        content << QString::fromStdString("driver " + driver.name + ' ' + driver.version + ' ' + driver.environment);
+    for (const auto &package : driverPackages())
+        content << QString::fromStdString("package " + package.environment);
+    for (const auto &printer : printers())
+        content << QString::fromStdString("queue " + printer.name + ' ' + printer.port + ' ' + printer.driver) + ' ' +
+                       cloudId(printer.name) + ' ' + cloudPort(printer.name);
+    return content;
+}

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QSignalSpy>
+#include <QStringList>
+#include <QThread>
+
+#include <memory>
+
+/// All that the emulated spooler holds, one text for each port ("port NAME HOST:NUMBER"), driver ("driver NAME VERSION
+/// ENVIRONMENT"), package and queue ("queue NAME PORT DRIVER ID CLOUDPORT"; "-" for missing printer data).
+QStringList machineContent();
+
+/// Runs a worker to its end and gives the arguments of its one result signal; empty when it was emitted more or less
+/// than once.
+template <typename Thread, typename Signal>
+QVariantList resultOf(Thread &thread, Signal signal)
+{
+    const QSignalSpy results(&thread, signal);
+    thread.start();
+    thread.wait();
+    return results.size() == 1 ? results.first() : QVariantList();
+}
