@@ -14,7 +14,7 @@ constexpr DWORD installedVersion = 3; // of every driver there is
 
 std::string environmentOf(LPCWSTR name)
 {
-    const std::string environment = name ? fromUtf16(name) : Model::ownEnvironment;
+    std::string environment = name ? fromUtf16(name) : Model::ownEnvironment;
     Model::checkEnvironment(environment);
     return environment;
 }

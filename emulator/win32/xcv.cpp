@@ -159,7 +159,7 @@ std::optional<std::string> Win32Emulator::monitorTarget(const std::string &name)
             return std::string();
         throw Model::Error(ERROR_UNKNOWN_PORT, "there is no port monitor \"" + *monitor + '"');
     }
-    const auto port = behind(portPrefix, name);
+    auto port = behind(portPrefix, name);
     if (port && !Model::findPort(*port))
         throw Model::Error(ERROR_UNKNOWN_PORT, "there is no port \"" + *port + '"');
     return port;

@@ -35,7 +35,7 @@ QString CPrinter::GetDriverRegInfo(const QString &value, const QString &driver, 
         qDebug() << "645_CPrinter RegQueryValueEx error code:" << error;
         return QString();
     }
-    const QString result = fromWide(text);
+    QString result = fromWide(text);
     qDebug() << "653_CPrinter GetDriverRegInfo result:" << result;
     return result;
 }
@@ -43,7 +43,7 @@ QString CPrinter::GetDriverRegInfo(const QString &value, const QString &driver, 
 QString CPrinter::GetDriverVersion(const QString &driver)
 {
     for (const QString &environment : {EnvX64, EnvX86, EnvIA64}) {
-        const QString version = GetDriverRegInfo(QStringLiteral("DriverVersion"), driver, environment);
+        QString version = GetDriverRegInfo(QStringLiteral("DriverVersion"), driver, environment);
         if (!version.isEmpty())
             return version;
     }

@@ -57,7 +57,6 @@ private slots:
     void numbering_data();
     void numbering();
     void leftOverPort();
-    void interrupted();
 };
 
 void AddPrinterTest::freshMachine()
@@ -255,16 +254,6 @@ void AddPrinterTest::leftOverPort()
     // A queue on a port in another case takes the number.
     AddPrinterThread next({"二楼", "FEDCBA9876543210", {}, 0, {}, {}});
     QCOMPARE(recordOf(resultOf(next, &AddPrinterThread::addResult)).portName, QString("OXCloud002"));
-}
-
-void AddPrinterTest::interrupted()
-{
-    // The program ends while the set-up runs: the worker does not wait for it.
-    AddPrinterThread thread(request);
-    Win32Emulator::beforeCall("EnumPrinterDriversW", [&] { thread.requestInterruption(); });
-    const QVariantList result = resultOf(thread, &AddPrinterThread::addResult);
-    QCOMPARE(result[1].toString(), QString("安装驱动失败"));
-    QTRY_COMPARE(Win32Emulator::printers().size(), size_t(1));
 }
 
 QTEST_GUILESS_MAIN(AddPrinterTest)
