@@ -4,6 +4,7 @@
 #include "cloud/baseaddress.h"
 #include "cloud/protocol.h"
 #include "spooler/cprinter.h"
+#include "ui/actionbutton.h"
 #include "ui/qcircleprocess.h"
 
 #include <QDebug>
@@ -22,7 +23,6 @@ constexpr int cardHeight = 170;
 constexpr int cornerRadius = 85;
 constexpr int deviceSpinnerSize = 18;
 constexpr int printSpinnerSize = 39;
-constexpr int actionSize = 44; // of an action's picture
 constexpr int nameLength = 10;
 constexpr int serialLength = 16;
 constexpr int resultInterval = 1000;         // ms
@@ -30,9 +30,9 @@ constexpr int firstDeviceInterval = 5000;    // ms
 constexpr int offlineDeviceInterval = 10000; // ms
 constexpr int onlineDeviceInterval = 300000; // ms
 
-QLineEdit *readOnlyField(const QString &text)
+QLineEdit *readOnlyField()
 {
-    auto *field = new QLineEdit(text);
+    auto *field = new QLineEdit;
     field->setReadOnly(true);
     field->setFrame(false);
     return field;
@@ -45,20 +45,6 @@ void addRow(QGridLayout *rows, const QString &caption, QLineEdit *field)
     rows->addWidget(field, row, 1);
     field->setAccessibleName(caption.chopped(1));
 }
-
-/// A picture button with its caption below.
-QLayout *captioned(QPushButton *button, const QString &caption)
-{
-    button->setFixedSize(actionSize, actionSize);
-    button->setIconSize(button->size());
-    button->setAccessibleName(caption);
-    auto *column = new QVBoxLayout;
-    column->addStretch(1);
-    column->addWidget(button, 0, Qt::AlignHCenter);
-    column->addWidget(new QLabel(caption), 0, Qt::AlignHCenter);
-    column->addStretch(1);
-    return column;
-}
 } // namespace
 
 DriverItem::DriverItem(const DriverInfo &info, QWidget *parent)
@@ -66,6 +52,8 @@ DriverItem::DriverItem(const DriverInfo &info, QWidget *parent)
     , m_info(info)
 {
     buildPanel();
+    showRecord();
+    setViewMode(true);
     startTimers();
     prepareDeviceRequest();
     qDebug() << "oninit and postReply=" << requestDeviceState();
@@ -89,11 +77,13 @@ void DriverItem::buildPanel()
 
 QLayout *DriverItem::fieldRows()
 {
-    m_nameField = readOnlyField(m_info.printerName);
+    m_nameField = readOnlyField();
+    m_nameField->setObjectName(QStringLiteral("printerName"));
     m_nameField->setMaxLength(nameLength);
-    m_serialField = readOnlyField(m_info.cloudSn);
+    m_serialField = readOnlyField();
+    m_serialField->setObjectName(QStringLiteral("cloudSerial"));
     m_serialField->setMaxLength(serialLength);
-    m_deviceField = readOnlyField(QString());
+    m_deviceField = readOnlyField();
     m_deviceField->setObjectName(QStringLiteral("deviceState"));
 
     auto *rows = new QGridLayout;
@@ -102,7 +92,7 @@ QLayout *DriverItem::fieldRows()
     addRow(rows, QStringLiteral("设备状态:"), m_deviceField);
     rows->addWidget(refreshButton(), rows->rowCount() - 1, 2);
     // Nothing ever writes to this one: outcomes go to the journal. Intended.
-    addRow(rows, QStringLiteral("打印结果:"), readOnlyField(QString()));
+    addRow(rows, QStringLiteral("打印结果:"), readOnlyField());
     return rows;
 }
 
@@ -125,15 +115,20 @@ QWidget *DriverItem::refreshButton()
 
 QLayout *DriverItem::buttonRow()
 {
-    auto *test = new QPushButton(QIcon(QStringLiteral(":/image/resource/test.png")), QString());
-    test->setObjectName(QStringLiteral("testButton"));
-    connect(test, &QPushButton::clicked, this, &DriverItem::onTestClicked);
-    m_printSpinner = new QCircleProcess(printSpinnerSize, test);
+    auto *test = new ActionButton(QStringLiteral("test"), QStringLiteral("打印测试"));
+    connect(test, &ActionButton::clicked, this, &DriverItem::onTestClicked);
+    m_printSpinner = new QCircleProcess(printSpinnerSize, test->button());
     m_printSpinner->setColor(QColor(QStringLiteral("#ffffff")));
-    m_printSpinner->move((actionSize - printSpinnerSize) / 2, (actionSize - printSpinnerSize) / 2);
+    const int margin = (ActionButton::pictureSize - printSpinnerSize) / 2;
+    m_printSpinner->move(margin, margin);
+    m_modifyButton = new ActionButton(QStringLiteral("modify"), QStringLiteral("修改打印机"));
+    connect(m_modifyButton, &ActionButton::clicked, this, &DriverItem::onModifyClicked);
+    auto *remove = new ActionButton(QStringLiteral("delete"), QStringLiteral("删除打印机"));
+    connect(remove, &ActionButton::clicked, this, &DriverItem::onDeleteClicked);
 
     auto *row = new QHBoxLayout;
-    row->addLayout(captioned(test, QStringLiteral("打印测试")));
+    for (ActionButton *action : {test, m_modifyButton, remove})
+        row->addWidget(action);
     return row;
 }
 

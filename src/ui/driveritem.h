@@ -6,12 +6,15 @@
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QNetworkRequest>
+#include <QPointer>
 #include <QTimer>
 #include <QWidget>
 
+class ActionButton;
 class QCircleProcess;
 class QLayout;
 class QLineEdit;
+class RemovePrinterThread;
 class StateThread;
 
 /// The card of one cloud printer: its name, its serial, the state of the device as the cloud service tells it, and the
@@ -38,8 +41,14 @@ public slots:
     /// Asks for the state of the device.
     void onDevStateClicked(bool checked);
 
+    /// Turns to edit mode; in edit mode, takes the name and the serial over and turns back.
+    void onModifyClicked(bool checked);
+
     /// Prints the spooler's test page, which takes the road of any job.
     void onTestClicked(bool checked);
+
+    /// Removes the printer, without a question.
+    void onDeleteClicked(bool checked);
 
     /// The answer to a job's submission.
     void onCloudResut(QNetworkReply::NetworkError error, const QJsonDocument &jd);
@@ -76,6 +85,11 @@ private:
     void prepareDeviceRequest();
     QNetworkReply *requestDeviceState();
 
+    void setViewMode(bool viewMode);
+    void showRecord();
+    bool changeSerial(const QString &serial);
+    bool changeName(const QString &name);
+
     JobRecord currentJob() const;
     void failSubmission(QNetworkReply::NetworkError error);
     void followJob(const QJsonDocument &jd);
@@ -83,6 +97,8 @@ private:
     void endJob();
 
     DriverInfo m_info;
+    bool m_viewMode = true; // name and serial cannot be edited
+    QPointer<RemovePrinterThread> m_removeThread;
     QCircleProcess *m_printSpinner = nullptr;
     QCircleProcess *m_deviceSpinner = nullptr;
     bool m_queryInFlight = false;
@@ -97,4 +113,7 @@ private:
     QLineEdit *m_nameField = nullptr;
     QLineEdit *m_serialField = nullptr;
     QLineEdit *m_deviceField = nullptr;
+    ActionButton *m_modifyButton = nullptr;
+    QString m_shownName; // what the fields were given
+    QString m_shownSerial;
 };

@@ -1,14 +1,17 @@
 #include "ui/velmainwindow.h"
 
 #include "base/diagnosticlog.h"
+#include "base/runningthreads.h"
 #include "capture/printerserver.h"
 #include "spooler/cprinter.h"
 #include "spooler/win32text.h"
 #include "store/journal.h"
 #include "store/printerstore.h"
 #include "ui/driveritem.h"
+#include "ui/errordialog.h"
 #include "ui/waittingdlg.h"
 #include "ui_velmainwindow.h"
+#include "workflows/addprinterthread.h"
 
 #include <QCoreApplication>
 #include <QDebug>
@@ -23,6 +26,9 @@ namespace {
 constexpr int cleanUpDelay = 300000; // ms
 constexpr int logRetention = 5;      // days
 
+const auto otherStyle = QStringLiteral(
+    "QPushButton{background-color: rgba(255, 255, 255,0);border:none;font-size : 14px;color:rgb(255, 255, "
+    "255);}QPushButton:hover{background-color: rgba(0, 138, 255, 51);border:none;color:rgb(255, 255, 255);}");
 const auto selectedStyle = QStringLiteral(
     "QPushButton{background-color: rgba(0, 138, 255,140);border:none;font-size : 14px;color:rgb(255, 255, 255);}");
 
@@ -41,7 +47,7 @@ VelMainWindow::VelMainWindow(QWidget *parent)
     m_ui->setupUi(this);
     setWindowFlags(Qt::FramelessWindowHint);
     setFixedSize(size());
-    on_pushButton_manage_clicked();
+    connectForm();
     buildCardList();
     serveExistingPrinters();
     buildTray();
@@ -50,6 +56,13 @@ VelMainWindow::VelMainWindow(QWidget *parent)
 }
 
 VelMainWindow::~VelMainWindow() = default;
+
+void VelMainWindow::connectForm()
+{
+    on_pushButton_manage_clicked();
+    connect(m_ui->lineEdit_name, &QLineEdit::returnPressed, m_ui->pushButton_ok, &QPushButton::click);
+    connect(m_ui->lineEdit_num, &QLineEdit::returnPressed, m_ui->pushButton_ok, &QPushButton::click);
+}
 
 void VelMainWindow::buildCardList()
 {
@@ -120,6 +133,10 @@ void VelMainWindow::serveExistingPrinters()
 void VelMainWindow::serveExistingPrinter(DriverInfo info)
 {
     CPrinter printer;
+    QString host;
+    unsigned short portNumber = 0;
+    const int result = printer.GetPortInfo(info.portName, host, portNumber);
+    qDebug() << "GetPortInfo" << result << host << portNumber;
     printer.GetCloudPrinterId(info.printerName, info.cloudSn);
     if (!printer.GetPrinterPortNum(info.printerName, info.portNum)) {
         qDebug() << QStringLiteral("GetPrinterPortNum name: %1, port: %2 failed")
@@ -131,12 +148,36 @@ void VelMainWindow::serveExistingPrinter(DriverInfo info)
     startServer(info, card, this);
 }
 
+void VelMainWindow::AddValidDriver(const DriverInfo &info, quint16 portNumber)
+{
+    qDebug() << "AddValidDriver " << info.printerName << info.cloudSn << info.portName << portNumber;
+    CPrinter printer;
+    SpoolerBuffer buffer;
+    if (!printer.GetCloudPrinterInfo(info.printerName, buffer))
+        return;
+    const auto *queue = reinterpret_cast<const PRINTER_INFO_2W *>(buffer.get());
+    const QString driverName = fromWide(queue->pDriverName);
+    if (!isCloudPrinter(driverName, fromWide(queue->pPortName)))
+        return;
+    QString id;
+    printer.GetCloudPrinterId(info.printerName, id);
+    qDebug() << QStringLiteral("AddValidDriver driver name: %1, id: %2").arg(driverName, id);
+
+    DriverInfo served = info;
+    served.portNum = portNumber;
+    auto *card = new DriverItem(served, m_cardContainer);
+    m_cardLayout->insertWidget(0, card);
+    // Unlike those found at start-up this server belongs to its card and goes with it. Intended.
+    startServer(served, card, card);
+}
+
 void VelMainWindow::startServer(const DriverInfo &info, DriverItem *card, QObject *serverParent)
 {
     auto *server = new PrinterServer(info, serverParent);
     connect(server, &PrinterServer::cloudResule, card, &DriverItem::onCloudResut);
     connect(card, &DriverItem::driverInfoChanged, server, &PrinterServer::onDriverInfoChanged);
     connect(card, &DriverItem::portBusy, server, &PrinterServer::on_PortBusy);
+    connect(card, &DriverItem::removeResult, this, &VelMainWindow::onRemoveResult);
     connect(card, &DriverItem::removeResult, server,
             [this, server](bool ok, const QString &, const DriverInfo &removed) {
                 if (ok)
@@ -147,6 +188,68 @@ void VelMainWindow::startServer(const DriverInfo &info, DriverItem *card, QObjec
         return;
     qCritical("listen ip: %s port: %d, failed", qUtf8Printable(CloudPrinter::localAddress), info.portNum);
     qCritical() << server->errorString();
+}
+
+void VelMainWindow::on_pushButton_ok_clicked()
+{
+    const QString serial = m_ui->lineEdit_num->text().toUpper();
+    if (serial.isEmpty()) {
+        showMessage(QStringLiteral("请输入云序号!"));
+        return;
+    }
+    qDebug() << serial;
+    if (!CloudPrinter::isSerial(serial)) {
+        showMessage(QStringLiteral("云序号输入错误!"));
+        return;
+    }
+    const QString name = m_ui->lineEdit_name->text();
+    if (name.isEmpty()) {
+        showMessage(QStringLiteral("请输入打印机名称!"));
+        return;
+    }
+    DriverInfo info;
+    info.printerName = name;
+    info.cloudSn = serial;
+    startAdding(info);
+}
+
+void VelMainWindow::startAdding(const DriverInfo &info)
+{
+    auto *thread = new AddPrinterThread(info);
+    connect(thread, &AddPrinterThread::addResult, this, &VelMainWindow::on_addPrinterResult);
+    connect(thread, &QThread::finished, thread, &QObject::deleteLater);
+    RunningThreads::track(thread);
+    thread->start(QThread::InheritPriority);
+    m_waitingDialog->move(geometry().center() - m_waitingDialog->rect().center());
+    m_waitingDialog->start();
+}
+
+void VelMainWindow::on_addPrinterResult(bool ok, const QString &message, const DriverInfo &info)
+{
+    m_waitingDialog->stop();
+    m_timer.stop();
+    if (!ok) {
+        showMessage(message);
+        return;
+    }
+    showMessage(QStringLiteral("添加成功"));
+    AddValidDriver(info, info.portNum);
+    PrinterStore::insertPrinter(info);
+}
+
+void VelMainWindow::onRemoveResult(bool ok, const QString &message, const DriverInfo &info)
+{
+    if (!ok) {
+        QMessageBox box(QMessageBox::Warning, QStringLiteral("错误"), message, QMessageBox::Close, this);
+        box.setButtonText(QMessageBox::Close, QStringLiteral("关闭"));
+        box.exec();
+        return;
+    }
+    if (auto *card = qobject_cast<DriverItem *>(sender())) {
+        m_cardLayout->removeWidget(card);
+        card->deleteLater();
+    }
+    PrinterStore::deletePrinter(info.printerName);
 }
 
 void VelMainWindow::on_exitAppAction()
@@ -165,7 +268,15 @@ void VelMainWindow::on_exitAppAction()
 void VelMainWindow::on_pushButton_manage_clicked()
 {
     m_ui->pushButton_manage->setStyleSheet(selectedStyle);
+    m_ui->pushButton_add->setStyleSheet(otherStyle);
     m_ui->stackedWidget->setCurrentWidget(m_ui->devlist);
+}
+
+void VelMainWindow::on_pushButton_add_clicked()
+{
+    m_ui->pushButton_add->setStyleSheet(selectedStyle);
+    m_ui->pushButton_manage->setStyleSheet(otherStyle);
+    m_ui->stackedWidget->setCurrentWidget(m_ui->addprinter);
 }
 
 void VelMainWindow::on_pushButton_4_clicked()
@@ -173,7 +284,17 @@ void VelMainWindow::on_pushButton_4_clicked()
     hide();
 }
 
+void VelMainWindow::on_pushButton_clicked()
+{
+    hide();
+}
+
 void VelMainWindow::on_pushButton_Min_clicked()
+{
+    showMinimized();
+}
+
+void VelMainWindow::on_pushButton_2_clicked()
 {
     showMinimized();
 }

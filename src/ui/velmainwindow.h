@@ -41,16 +41,27 @@ public slots:
 
     void on_showMainAction();
     void on_exitAppAction();
+
+    /// The end of an AddPrinterThread.
+    void on_addPrinterResult(bool ok, const QString &message, const DriverInfo &info);
+    /// The end of a removal that the sending card has begun.
+    void onRemoveResult(bool ok, const QString &message, const DriverInfo &info);
+
     void on_pushButton_manage_clicked();
+    void on_pushButton_ok_clicked();
     void on_timeout();
     void on_pushButton_4_clicked();
     void on_pushButton_Min_clicked();
+    void on_pushButton_add_clicked();
+    void on_pushButton_clicked();
+    void on_pushButton_2_clicked();
 
 protected:
     /// The one clean-up of old logs and journal files, five minutes after the start.
     void timerEvent(QTimerEvent *event) override;
 
 private:
+    void connectForm();
     void buildCardList();
     void buildTray();
     void startCleanUpTimer();
@@ -58,7 +69,10 @@ private:
 
     void serveExistingPrinters();
     void serveExistingPrinter(DriverInfo info);
+    /// Serves a printer that has just been added, as the first of the list.
+    void AddValidDriver(const DriverInfo &info, quint16 portNumber);
     void startServer(const DriverInfo &info, DriverItem *card, QObject *serverParent);
+    void startAdding(const DriverInfo &info);
     void dragTo(const QMouseEvent *event);
 
     std::unique_ptr<Ui::VelMainWindow> m_ui;

@@ -9,6 +9,7 @@
 
 #include <QApplication>
 #include <QDir>
+#include <QFile>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -28,12 +29,6 @@ constexpr unsigned jobPrinting = 0x10;
 
 QString baseAddress;
 
-/// The first printer's is "前台".
-std::string queue(int printer)
-{
-    return printer == 0 ? "前台" : "前台" + std::to_string(printer);
-}
-
 QDir detailFolder()
 {
     return QDir(QCoreApplication::applicationDirPath() + "/details");
@@ -51,31 +46,32 @@ void setCloudBaseAddress(const QString &address)
     baseAddress = address;
 }
 
-Road::Road(const QString &cloudAddress, int printers)
+Road::Road(const QString &cloudAddress, int printers, const QString &firstQueue)
 {
     setCloudBaseAddress(cloudAddress);
     registerResources();
     detailFolder().removeRecursively();
     detailFolder().mkpath(".");
+    QFile::remove("task.db");
     Win32Emulator::reset();
     Win32Emulator::addDriver();
     for (int printer = 0; printer < printers; ++printer)
-        addPrinter(printer);
+        addPrinter(printer, printer == 0 ? firstQueue.toStdString() : "queue " + std::to_string(printer));
     m_window = std::make_unique<VelMainWindow>();
     m_window->show();
     QObject::connect(&m_user, &QTimer::timeout, [this] { answerDialog(); });
     m_user.start(50);
 }
 
-void Road::addPrinter(int printer)
+void Road::addPrinter(int printer, const std::string &queue)
 {
     const quint16 port = freePort();
+    m_printers.push_back({queue, port});
     const std::string portName = "OXCloud00" + std::to_string(printer + 1);
     Win32Emulator::addPort(portName, "127.0.0.1", port);
-    Win32Emulator::addPrinter(queue(printer), portName);
-    Win32Emulator::setPrinterData(queue(printer), "CloudId", regSz, serial(printer).toStdString() + '\0');
-    Win32Emulator::setPrinterData(queue(printer), "CloudPort", regBinary, {char(port & 0xff), char(port >> 8)});
-    m_ports.push_back(port);
+    Win32Emulator::addPrinter(queue, portName);
+    Win32Emulator::setPrinterData(queue, "CloudId", regSz, serial(printer).toStdString() + '\0');
+    Win32Emulator::setPrinterData(queue, "CloudPort", regBinary, {char(port & 0xff), char(port >> 8)});
 }
 
 QString Road::serial(int printer)
@@ -118,7 +114,7 @@ QString Road::deviceState() const
 
 void Road::print(const QString &document, const QByteArray &bytes, int printer)
 {
-    const unsigned job = Win32Emulator::addJob(queue(printer), document.toStdString(), "",
+    const unsigned job = Win32Emulator::addJob(m_printers.at(size_t(printer)).queue, document.toStdString(), "",
                                                Win32Emulator::SubmissionTime{2026, 11, 21, 1, 2, 3});
     Win32Emulator::setJobStatus(job, jobPrinting);
     const int relays = log.count("12_PrinterThread init");
@@ -135,9 +131,14 @@ void Road::print(const QString &document, const QByteArray &bytes, int printer)
 
 QStringList Road::records(int count, int timeout, int printer)
 {
+    return recordsOf(serial(printer), count, timeout);
+}
+
+QStringList Road::recordsOf(const QString &cloudSerial, int count, int timeout)
+{
     QStringList all;
     const auto enough = [&] {
-        all = Journal::readDetails(serial(printer)).split("!+!", Qt::SkipEmptyParts);
+        all = Journal::readDetails(cloudSerial).split("!+!", Qt::SkipEmptyParts);
         return all.size() >= count;
     };
     if (!QTest::qWaitFor(enough, timeout))

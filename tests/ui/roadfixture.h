@@ -46,7 +46,7 @@ class Road
 {
 public:
     /// The window's cloud is `cloudAddress`. The printers' serials count up from serial(0).
-    explicit Road(const QString &cloudAddress, int printers = 1);
+    explicit Road(const QString &cloudAddress, int printers = 1, const QString &firstQueue = "前台");
     ~Road();
     Q_DISABLE_COPY(Road)
 
@@ -55,6 +55,7 @@ public:
 
     /// Waits until the journal has so many records; those without the processing time, which is checked to be one.
     QStringList records(int count, int timeout = 5000, int printer = 0);
+    QStringList recordsOf(const QString &cloudSerial, int count, int timeout = 5000);
 
     /// Whether the next job goes through to the cloud: the printer is not left busy.
     bool takesTheNextJob(const QString &goodCloudAddress);
@@ -66,7 +67,10 @@ public:
     /// loop, so the action runs inside it.
     void whileMessageIsOpen(std::function<void()> action) { m_action = std::move(action); }
 
-    quint16 port(int printer) const { return m_ports.at(size_t(printer)); }
+    quint16 port(int printer) const { return m_printers.at(size_t(printer)).port; }
+
+    /// A printer that the window has made or renamed: print() and port() count it on.
+    void know(const QString &queue, quint16 port) { m_printers.push_back({queue.toStdString(), port}); }
     DriverItem *card() const;
     QString deviceState() const;
 
@@ -81,10 +85,16 @@ public:
     LogRecorder log;
 
 private:
-    void addPrinter(int printer);
+    void addPrinter(int printer, const std::string &queue);
     void answerDialog();
 
-    std::vector<quint16> m_ports;
+    struct Printer
+    {
+        std::string queue;
+        quint16 port;
+    };
+
+    std::vector<Printer> m_printers;
     std::unique_ptr<VelMainWindow> m_window;
     QTimer m_user;
     QStringList m_messages;

@@ -1,0 +1,107 @@
+#include "ui/driveritem.h"
+
+#include "base/runningthreads.h"
+#include "spooler/cprinter.h"
+#include "store/printerstore.h"
+#include "ui/actionbutton.h"
+#include "ui/errordialog.h"
+#include "workflows/removeprinterthread.h"
+
+#include <QLineEdit>
+
+// How a card changes and removes its printer.
+
+namespace {
+
+const auto viewStyle = QStringLiteral("background-color:transparent;border:none;");
+const auto editStyle = QStringLiteral("background-color:white;border:1px solid rgb(200, 206, 214);");
+
+constexpr int invalidPrinterName = -1; // of CPrinter::SetCloudPrinterId
+
+QString singleQuoted(const QString &text)
+{
+    return QLatin1Char('\'') + text + QLatin1Char('\'');
+}
+
+} // namespace
+
+/// A field cuts what it is given at its maximum length, so what the user has changed shows only against that.
+void DriverItem::showRecord()
+{
+    m_nameField->setText(m_info.printerName);
+    m_serialField->setText(m_info.cloudSn);
+    m_shownName = m_nameField->text();
+    m_shownSerial = m_serialField->text();
+}
+
+void DriverItem::setViewMode(bool viewMode)
+{
+    m_viewMode = viewMode;
+    m_modifyButton->setCaption(viewMode ? QStringLiteral("修改打印机") : QStringLiteral("保存修改"));
+    for (QLineEdit *field : {m_nameField, m_serialField}) {
+        field->setReadOnly(viewMode);
+        field->setStyleSheet(viewMode ? viewStyle : editStyle);
+    }
+}
+
+void DriverItem::onModifyClicked(bool)
+{
+    if (m_viewMode) {
+        setViewMode(false);
+        return;
+    }
+    const QString serial = m_serialField->text().toUpper();
+    const QString name = m_nameField->text();
+    // Behind a message the card may be gone: a change that failed is not followed by anything.
+    if (serial != m_shownSerial && !changeSerial(serial))
+        return;
+    // A change of letter case alone is none, and undone on screen.
+    if (name.compare(m_shownName, Qt::CaseInsensitive) != 0 && !changeName(name))
+        return;
+    showRecord();
+    setViewMode(true);
+}
+
+bool DriverItem::changeSerial(const QString &serial)
+{
+    QString failure;
+    if (serial.isEmpty()) {
+        failure = QStringLiteral("请输入云序号!");
+    } else if (!CloudPrinter::isSerial(serial)) {
+        failure = QStringLiteral("云序号输入错误!");
+    } else if (const int result = CPrinter().SetCloudPrinterId(m_info.printerName, serial)) {
+        failure = result == invalidPrinterName ? QStringLiteral("打印机名无效!") : QStringLiteral("修改云序号失败!");
+    }
+    if (!failure.isEmpty()) {
+        showMessage(failure);
+        return false;
+    }
+    m_info.cloudSn = serial;
+    m_shownSerial = serial;
+    emit driverInfoChanged(m_info);
+    PrinterStore::updatePrinter(m_info.printerName, QStringLiteral("cloud_sn"), singleQuoted(serial));
+    return true;
+}
+
+bool DriverItem::changeName(const QString &name)
+{
+    if (!CPrinter().RenamePrinter(m_info.printerName, name)) {
+        showMessage(QStringLiteral("修改打印机名失败!"));
+        return false;
+    }
+    PrinterStore::updatePrinter(m_info.printerName, QStringLiteral("printer_name"), singleQuoted(name));
+    m_info.printerName = name;
+    emit driverInfoChanged(m_info);
+    return true;
+}
+
+void DriverItem::onDeleteClicked(bool)
+{
+    if (m_removeThread) // already on its way
+        return;
+    m_removeThread = new RemovePrinterThread(m_info);
+    connect(m_removeThread, &QThread::finished, m_removeThread, &QObject::deleteLater);
+    connect(m_removeThread, &RemovePrinterThread::removeResult, this, &DriverItem::removeResult);
+    RunningThreads::track(m_removeThread);
+    m_removeThread->start(QThread::InheritPriority);
+}

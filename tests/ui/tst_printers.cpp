@@ -1,0 +1,295 @@
+// The printers of the window: added on its add page, changed and removed on their cards.
+
+#include "roadfixture.h"
+
+#include "base/runningthreads.h"
+#include "cloud/cloudservice.h"
+#include "store/printerstore.h"
+#include "ui/driveritem.h"
+#include "ui/waittingdlg.h"
+
+#include <QApplication>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QMovie>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QTcpSocket>
+#include <QTest>
+
+#include "win32/control.h"
+
+namespace {
+
+const QString serial = "ABCDEF0123456789";
+const QString otherSerial = "FEDCBA9876543210";
+constexpr unsigned accessDenied = 5;
+constexpr unsigned invalidPrinterName = 1801;
+
+void fill(const Road &road, const QString &name, const QString &number)
+{
+    road.find<QLineEdit>("lineEdit_name")->setText(name);
+    road.find<QLineEdit>("lineEdit_num")->setText(number);
+    road.find<QPushButton>("pushButton_ok")->click();
+}
+
+bool add(Road &road, const QString &name, const QString &number)
+{
+    const int messages = road.messages().size();
+    fill(road, name, number);
+    return QTest::qWaitFor([&] { return road.messages().size() > messages; }, 20000) &&
+           road.messages().last() == "添加成功" &&
+           QTest::qWaitFor([&] { return road.log.contains("AddValidDriver driver name: Orvo OX-410T"); });
+}
+
+/// What the user does to change a card: into edit mode, type, save.
+void modify(const DriverItem *card, const QString &name, const QString &number)
+{
+    auto *button = card->findChild<QPushButton *>("modifyButton");
+    button->click();
+    card->findChild<QLineEdit *>("printerName")->setText(name);
+    card->findChild<QLineEdit *>("cloudSerial")->setText(number);
+    button->click();
+}
+
+bool isInEditMode(const DriverItem *card)
+{
+    const auto *button = card->findChild<QPushButton *>("modifyButton");
+    return !card->findChild<QLineEdit *>("printerName")->isReadOnly() && button->accessibleName() == "保存修改";
+}
+
+/// "name serial" of each row of the store.
+QStringList storeRows()
+{
+    QList<DriverInfo> rows;
+    PrinterStore::loadPrinters(rows);
+    QStringList texts;
+    for (const DriverInfo &row : qAsConst(rows))
+        texts << row.printerName + ' ' + row.cloudSn;
+    return texts;
+}
+
+QStringList queues()
+{
+    QStringList names;
+    for (const auto &printer : Win32Emulator::printers())
+        names << QString::fromStdString(printer.name);
+    return names;
+}
+
+} // namespace
+
+class PrintersTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { qRegisterMetaType<DriverInfo>("DriverInfo"); }
+    void init()
+    {
+        m_cloud = std::make_unique<CloudService>();
+        QVERIFY(m_cloud->listen());
+    }
+    void cleanup()
+    {
+        QVERIFY(RunningThreads::endAll(20000));
+        QCOMPARE(Win32Emulator::openHandles(), 0);
+    }
+
+    void livesThroughAPrintersLife();
+    void showsThatItIsAtWork();
+    void refusesWhatWasTyped_data();
+    void refusesWhatWasTyped();
+    void tellsWhyAddingFailed();
+    void refusesAChange_data();
+    void refusesAChange();
+    void leavesAloneWhatWasNotChanged_data();
+    void leavesAloneWhatWasNotChanged();
+    void keepsTheCardWhenRemovingFails();
+
+private:
+    std::unique_ptr<CloudService> m_cloud;
+};
+
+/// Add, print, change, print, remove, add again.
+void PrintersTest::livesThroughAPrintersLife()
+{
+    Road road(m_cloud->baseAddress());
+    QVERIFY(add(road, "新 it %1", serial.toLower()));
+    const auto cards = road.window().findChildren<DriverItem *>();
+    QCOMPARE(cards.size(), 2);
+    DriverItem *card = cards.last();
+    QTRY_VERIFY(card->y() < cards.first()->y()); // a new printer stands first
+    QCOMPARE(storeRows(), QStringList("新 it %1 " + serial));
+
+    const quint16 port = 8102; // the fixture's printer holds OXCloud001
+    road.know("新 it %1", port);
+    road.print("first", "1", 1);
+    QCOMPARE(road.recordsOf(serial, 1), QStringList("first;09:02:03;打印成功;1"));
+
+    modify(card, "改名", otherSerial.toLower());
+    QVERIFY(!isInEditMode(card));
+    QCOMPARE(card->findChild<QLineEdit *>("cloudSerial")->text(), otherSerial);
+    QCOMPARE(storeRows(), QStringList("改名 " + otherSerial));
+    QVERIFY(queues().contains("改名"));
+    road.know("改名", port);
+    road.print("second", "22", 2);
+    QCOMPARE(road.recordsOf(otherSerial, 1), QStringList("second;09:02:03;打印成功;2"));
+    QCOMPARE(m_cloud->jobs().last().dsNumber, otherSerial);
+
+    card->findChild<QPushButton *>("deleteButton")->click();
+    card->findChild<QPushButton *>("deleteButton")->click(); // impatiently
+    QTRY_COMPARE(road.window().findChildren<DriverItem *>().size(), 1);
+    QCOMPARE(queues(), QStringList("前台"));
+    QVERIFY(storeRows().isEmpty());
+    QVERIFY(road.log.contains("\"改名\" stop listening"));
+    QCOMPARE(Win32Emulator::ports().size(), size_t(2));
+    QTcpSocket socket;
+    socket.connectToHost(QHostAddress::LocalHost, port);
+    QVERIFY2(!socket.waitForConnected(500), "nobody listens any more");
+    QVERIFY(add(road, "again", serial));
+    QCOMPARE(Win32Emulator::ports().size(), size_t(2));
+}
+
+void PrintersTest::showsThatItIsAtWork()
+{
+    Road road(m_cloud->baseAddress(), 0);
+    fill(road, "a", serial);
+    const auto *dialog = qobject_cast<WaittingDlg *>(QApplication::activeModalWidget());
+    QVERIFY(dialog);
+    QCOMPARE(dialog->windowModality(), Qt::ApplicationModal);
+    QCOMPARE(dialog->geometry().center(), road.window().geometry().center());
+    QTest::keyClick(const_cast<WaittingDlg *>(dialog), Qt::Key_Escape);
+    QVERIFY(dialog->isVisible());
+    const QMovie *movie = dialog->findChild<QLabel *>()->movie();
+    const int frame = movie->currentFrameNumber();
+    QTRY_VERIFY(movie->currentFrameNumber() != frame);
+    QTRY_VERIFY(!road.messages().isEmpty());
+    QVERIFY(!dialog->isVisible());
+}
+
+void PrintersTest::refusesWhatWasTyped_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("number");
+    QTest::addColumn<QString>("message");
+    QTest::newRow("nothing") << ""
+                             << ""
+                             << "请输入云序号!";
+    QTest::newRow("15 digits") << "a" << serial.left(15) << "云序号输入错误!";
+    QTest::newRow("no hexadecimal digit") << "a" << serial.left(15) + "G"
+                                          << "云序号输入错误!";
+    QTest::newRow("blank") << "a" << serial.left(15) + " "
+                           << "云序号输入错误!";
+    QTest::newRow("no name") << "" << serial << "请输入打印机名称!";
+}
+
+void PrintersTest::refusesWhatWasTyped()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, number);
+    QFETCH(QString, message);
+    Road road(m_cloud->baseAddress(), 0);
+    Win32Emulator::clearCalls();
+    fill(road, name, number);
+    QCOMPARE(road.messages(), QStringList(message));
+    QVERIFY(RunningThreads::endAll(1000));
+    QVERIFY(Win32Emulator::calls().empty());
+}
+
+void PrintersTest::tellsWhyAddingFailed()
+{
+    Road road(m_cloud->baseAddress());
+    fill(road, "前台", serial);
+    QTRY_COMPARE(road.messages(), QStringList("当前打印机已经存在!"));
+    QCOMPARE(road.window().findChildren<DriverItem *>().size(), 1);
+    QVERIFY(storeRows().isEmpty());
+    // What was typed is still there, to be corrected.
+    QCOMPARE(road.find<QLineEdit>("lineEdit_num")->text(), serial);
+}
+
+void PrintersTest::refusesAChange_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("number");
+    QTest::addColumn<QString>("function");
+    QTest::addColumn<unsigned>("error");
+    QTest::addColumn<QString>("message");
+    const QString same = Road::serial();
+    QTest::newRow("empty serial") << "前台"
+                                  << ""
+                                  << "" << 0u << "请输入云序号!";
+    QTest::newRow("short serial") << "前台"
+                                  << "ABC"
+                                  << "" << 0u << "云序号输入错误!";
+    QTest::newRow("no such queue") << "前台" << serial << "OpenPrinterW" << invalidPrinterName << "打印机名无效!";
+    QTest::newRow("not opened") << "前台" << serial << "OpenPrinterW" << accessDenied << "修改云序号失败!";
+    QTest::newRow("not written") << "前台" << serial << "SetPrinterDataW" << accessDenied << "修改云序号失败!";
+    QTest::newRow("not renamed") << "新" << same << "SetPrinterW" << accessDenied << "修改打印机名失败!";
+    QTest::newRow("no name") << "" << same << "" << 0u << "修改打印机名失败!";
+}
+
+void PrintersTest::refusesAChange()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, number);
+    QFETCH(QString, function);
+    QFETCH(unsigned, error);
+    QFETCH(QString, message);
+    Road road(m_cloud->baseAddress());
+    if (!function.isEmpty())
+        Win32Emulator::failCalls(function.toStdString(), error);
+    modify(road.card(), name, number);
+    QCOMPARE(road.messages(), QStringList(message));
+    QVERIFY2(isInEditMode(road.card()), "for the user to correct it");
+    QCOMPARE(queues(), QStringList("前台"));
+}
+
+void PrintersTest::leavesAloneWhatWasNotChanged_data()
+{
+    QTest::addColumn<QString>("queue");
+    QTest::addColumn<QString>("typed");
+    QTest::newRow("nothing") << "Front"
+                             << "Front";
+    QTest::newRow("letter case") << "Front"
+                                 << "FRONT";
+    QTest::newRow("a name longer than the field") << "A rather long name"
+                                                  << "A rather l";
+}
+
+void PrintersTest::leavesAloneWhatWasNotChanged()
+{
+    QFETCH(QString, queue);
+    QFETCH(QString, typed);
+    Road road(m_cloud->baseAddress(), 1, queue);
+    Win32Emulator::clearCalls();
+    modify(road.card(), typed, Road::serial());
+    QVERIFY(Win32Emulator::calls().empty());
+    QVERIFY(!isInEditMode(road.card()));
+    QCOMPARE(road.card()->findChild<QLineEdit *>("printerName")->text(), queue.left(10));
+}
+
+void PrintersTest::keepsTheCardWhenRemovingFails()
+{
+    Road road(m_cloud->baseAddress());
+    Win32Emulator::failCalls("DeletePrinter", accessDenied);
+    QString text;
+    QTimer user;
+    connect(&user, &QTimer::timeout, [&] {
+        if (auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget())) {
+            text = box->windowTitle() + ": " + box->text() + " [" + box->button(QMessageBox::Close)->text() + "]";
+            box->button(QMessageBox::Close)->click();
+        }
+    });
+    user.start(50);
+    road.find<QPushButton>("deleteButton")->click();
+    QTRY_COMPARE(text, QString("错误: 删除打印机失败 [关闭]"));
+    QVERIFY(road.card());
+    QVERIFY(road.takesTheNextJob(m_cloud->baseAddress()));
+    road.find<QPushButton>("deleteButton")->click();
+    QTRY_VERIFY(!road.card());
+}
+
+QTEST_MAIN(PrintersTest)
+#include "tst_printers.moc"
