@@ -17,6 +17,7 @@
 #include <QScrollArea>
 #include <QTcpSocket>
 #include <QTest>
+#include <QThread>
 
 #include "win32/control.h"
 
@@ -155,6 +156,7 @@ void PrintersTest::livesThroughAPrintersLife()
 void PrintersTest::showsThatItIsAtWork()
 {
     Road road(m_cloud->baseAddress(), 0);
+    Win32Emulator::beforeCall("SetPrinterDataW", [] { QThread::msleep(500); }); // on the worker thread
     fill(road, "a", serial);
     const auto *dialog = qobject_cast<WaittingDlg *>(QApplication::activeModalWidget());
     QVERIFY(dialog);
