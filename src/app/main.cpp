@@ -1,12 +1,11 @@
 #include "app/qtsingleapplication.h"
 #include "base/diagnosticlog.h"
 #include "base/runningthreads.h"
-#include "resources/resources.h"
 #include "store/driverinfo.h"
+#include "ui/appearance.h"
 #include "ui/velmainwindow.h"
 
 #include <QDebug>
-#include <QFont>
 #include <QTranslator>
 
 namespace {
@@ -41,20 +40,9 @@ void installTranslation(QCoreApplication &application)
     application.installTranslator(translator);
 }
 
-/// The style sheets name the Windows font; elsewhere its place is taken by one that has the same characters.
-void chooseFont()
-{
-    const auto windowsFont = QStringLiteral("Microsoft YaHei");
-    QFont::insertSubstitution(windowsFont, QStringLiteral("Noto Sans CJK SC"));
-    QFont font = QApplication::font();
-    font.setFamily(windowsFont);
-    QApplication::setFont(font);
-}
-
 int runMainWindow(QtSingleApplication &application)
 {
-    registerResources();
-    chooseFont();
+    prepareAppearance();
     VelMainWindow window;
     application.setActivationWindow(&window, true);
     // A message thus raises the window twice. Intended, and harmless.

@@ -33,9 +33,12 @@ ProgramFolder::ProgramFolder()
     , m_environment(QProcessEnvironment::systemEnvironment())
 {
     const QDir bin(qEnvironmentVariable("ORVO_BIN"));
-    const QStringList files = bin.entryList(QDir::Files);
-    for (const QString &name : files)
-        QFile::copy(bin.filePath(name), path(name));
+    for (const QString folder : {"", "Driver/", "Translations/"}) {
+        QDir(path()).mkpath("./" + folder);
+        const QStringList files = QDir(bin.filePath(folder)).entryList(QDir::Files);
+        for (const QString &name : files)
+            QFile::copy(bin.filePath(folder + name), path(folder + name));
+    }
     QDir(path()).mkdir("logs");
     QDir(path()).mkdir("details");
     m_environment.insert("WIN32_EMULATOR_HOME", path("win32"));

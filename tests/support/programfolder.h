@@ -20,6 +20,9 @@ public:
 
     QString path(const QString &name = QString()) const;
 
+    /// For the processes that are started from now on.
+    void setEnvironment(const QString &name, const QString &value) { m_environment.insert(name, value); }
+
     /// Starts an executable of the folder there. The object stays owned by the folder.
     QProcess *start(const QString &executable, const QStringList &arguments = {});
 

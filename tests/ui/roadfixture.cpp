@@ -1,9 +1,9 @@
 #include "roadfixture.h"
 
 #include "cloud/cloudservice.h"
-#include "resources/resources.h"
 #include "store/journal.h"
 #include "support/freeport.h"
+#include "ui/appearance.h"
 #include "ui/driveritem.h"
 #include "ui/errordialog.h"
 
@@ -49,7 +49,7 @@ void setCloudBaseAddress(const QString &address)
 Road::Road(const QString &cloudAddress, int printers, const QString &firstQueue)
 {
     setCloudBaseAddress(cloudAddress);
-    registerResources();
+    prepareAppearance();
     detailFolder().removeRecursively();
     detailFolder().mkpath(".");
     QFile::remove("task.db");

@@ -1,0 +1,19 @@
+#include "ui/appearance.h"
+
+#include "resources/resources.h"
+
+#include <QApplication>
+#include <QFont>
+
+void prepareAppearance()
+{
+    registerResources();
+    // The style sheets name the Windows font; elsewhere its place is taken by one that has the same characters.
+    const auto windowsFont = QStringLiteral("Microsoft YaHei");
+    QFont::insertSubstitution(windowsFont, QStringLiteral("Noto Sans CJK SC"));
+    QFont font = QApplication::font();
+    font.setFamily(windowsFont);
+    // In pixels like those of the style sheets, so that nothing depends on the platform's own idea of a point.
+    font.setPixelSize(12);
+    QApplication::setFont(font);
+}
