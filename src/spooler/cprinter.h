@@ -53,8 +53,8 @@ public:
     bool EnumLocalPorts(QList<PORT_INFO_2W> &ports, SpoolerBuffer &buffer);
     bool EnumLocalDrivers(QList<DRIVER_INFO_3W> &drivers, SpoolerBuffer &buffer);
 
-    /// Standard TCP/IP ports, by the port helper library: 0, an error code of the library, or -1 when the library or its
-    /// export is missing.
+    /// Standard TCP/IP ports, by the port helper library: 0, an error code of the library, or -1 when the library or
+    /// its export is missing.
     int addStandardTcpPort(const QString &portName, const QString &host, unsigned int portNumber);
     int ConfigStandardTcpPort(const QString &portName, const QString &host, unsigned int portNumber);
     int DeleteStandardTcpPort(const QString &portName);
@@ -70,8 +70,8 @@ public:
     /// A service, or null. The caller closes it and the manager; a failure has closed the manager already.
     SC_HANDLE QOpenService(SC_HANDLE manager, const QString &name, DWORD access);
 
-    /// Stops a service and what depends on it. True only when this call stopped it: one that was stopped already, or was
-    /// being stopped, gives false. Blocks for half a minute and more.
+    /// Stops a service and what depends on it. True only when this call stopped it: one that was stopped already, or
+    /// was being stopped, gives false. Blocks for half a minute and more.
     bool StopSvc(const QString &name);
 
     /// Starts a service. True once the start is accepted, even if the service then stalls. Blocks while it starts.

@@ -2,8 +2,8 @@
 
 #include <QLibrary>
 
-/// One export of the port helper library, which is loaded with this object and unloaded with it: nothing is kept between
-/// calls. A missing library or export is logged and leaves the object false. Any thread.
+/// One export of the port helper library, which is loaded with this object and unloaded with it: nothing is kept
+/// between calls. A missing library or export is logged and leaves the object false. Any thread.
 class HelperExport
 {
 public:

@@ -12,8 +12,8 @@ namespace InfFile {
 /// What follows the first comma of the first "DriverVer" line, trimmed; empty when there is none.
 QString version(QIODevice &inf);
 
-/// The name of the models section, from the first line after "[Manufacturer]" that has it: what stands between the first
-/// equals sign and the first comma, blanks included. Empty when there is none.
+/// The name of the models section, from the first line after "[Manufacturer]" that has it: what stands between the
+/// first equals sign and the first comma, blanks included. Empty when there is none.
 QString manufacturer(QIODevice &inf);
 
 /// The model names in double quotes that begin a line behind the section's header. A decorated section of the same name
