@@ -15,6 +15,7 @@
 #include <QMovie>
 #include <QPushButton>
 #include <QScrollArea>
+#include <QTcpServer>
 #include <QTcpSocket>
 #include <QTest>
 #include <QThread>
@@ -98,6 +99,7 @@ private slots:
         QCOMPARE(Win32Emulator::openHandles(), 0);
     }
 
+    void servesWhatTheSpoolerHolds();
     void livesThroughAPrintersLife();
     void showsThatItIsAtWork();
     void refusesWhatWasTyped_data();
@@ -112,6 +114,38 @@ private slots:
 private:
     std::unique_ptr<CloudService> m_cloud;
 };
+
+void PrintersTest::servesWhatTheSpoolerHolds()
+{
+    QTcpServer taken;
+    QVERIFY(taken.listen(QHostAddress::LocalHost));
+    const std::string takenPort{char(taken.serverPort() & 0xff), char(taken.serverPort() >> 8)};
+    const auto queue = [](const std::string &name, const std::string &port, const std::string &driver,
+                          const std::string &portData) {
+        Win32Emulator::addPort(port, "127.0.0.1", 9);
+        Win32Emulator::addPrinter(name, port, driver);
+        if (!portData.empty())
+            Win32Emulator::setPrinterData(name, "CloudPort", 3, portData);
+    };
+    Win32Emulator::reset();
+    Win32Emulator::addDriver();
+    Win32Emulator::addDriver("ORVO OX-410T Plus");
+    queue("other driver", "OXCloud001", "ORVO OX-410T Plus", takenPort);
+    queue("other port", "oxcloud002", "Orvo OX-410T", takenPort);
+    queue("no number", "OXCloud003", "Orvo OX-410T", "");
+    queue("served", "My OXCloud4", "Orvo OX-410T", takenPort);
+
+    LogRecorder log;
+    setCloudBaseAddress(m_cloud->baseAddress());
+    const VelMainWindow window;
+    const auto cards = window.findChildren<DriverItem *>();
+    QCOMPARE(cards.size(), 1);
+    QCOMPARE(cards.first()->findChild<QLineEdit *>("printerName")->text(), QString("served"));
+    QCOMPARE(log.count(":: \"Orvo OX-410T\""), 3);
+    QVERIFY(log.contains("\"GetPrinterPortNum name: no number, port: 0 failed\""));
+    QVERIFY(log.contains(QString("listen ip: 127.0.0.1 port: %1, failed").arg(taken.serverPort())));
+    QVERIFY(log.contains("\"The bound address is already in use\""));
+}
 
 /// Add, print, change, print, remove, add again.
 void PrintersTest::livesThroughAPrintersLife()
