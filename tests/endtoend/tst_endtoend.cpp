@@ -98,6 +98,8 @@ void EndToEndTest::printsOnTwoPrinters()
 {
     startCloud();
     m_folder->start("OrvoCloudManager");
+    // The spooler tells the job's name only while it prints.
+    QTRY_COMPARE_WITH_TIMEOUT(m_folder->log().count("oninit"), 2, 10000);
     const QByteArray large = randomBytes(3000000);
     print(0, "报告.docx", large);
     QTRY_COMPARE_WITH_TIMEOUT(records(0).size(), 1, 10000);
@@ -126,7 +128,7 @@ void EndToEndTest::printsWhatWaitedForTheProgram()
     QTest::qWait(300);
     m_folder->start("OrvoCloudManager");
     QTRY_COMPARE_WITH_TIMEOUT(records(0).size(), 1, 10000);
-    QVERIFY(records(0).first().startsWith("patient;"));
+    QCOMPARE(received(1), QByteArray("x"));
 }
 
 void EndToEndTest::killedProgramDoesNotPrintTwice()
@@ -140,8 +142,8 @@ void EndToEndTest::killedProgramDoesNotPrintTwice()
     m_folder->start("OrvoCloudManager");
     print(0, "b", "y");
     QTRY_COMPARE_WITH_TIMEOUT(records(0).size(), 1, 15000);
-    QVERIFY(records(0).first().startsWith("b;"));
     QCOMPARE(posts(), 2);
+    QCOMPARE(received(2), QByteArray("y"));
 }
 
 void EndToEndTest::cloudComesBack()
