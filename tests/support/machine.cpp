@@ -1,4 +1,4 @@
-#include "machine.h"
+#include "support/machine.h"
 
 #include "win32/control.h"
 
@@ -35,4 +35,12 @@ QStringList machineContent()
         content << QString::fromStdString("queue " + printer.name + ' ' + printer.port + ' ' + printer.driver) + ' ' +
                        cloudId(printer.name) + ' ' + cloudPort(printer.name);
     return content;
+}
+
+QStringList argumentsOf(const std::string &function)
+{
+    QStringList result;
+    for (const Call &call : calls(function))
+        result << QString::fromStdString(call.arguments);
+    return result;
 }

@@ -4,11 +4,14 @@
 #include <QStringList>
 #include <QThread>
 
-#include <memory>
+#include <string>
 
 /// All that the emulated spooler holds, one text for each port ("port NAME HOST:NUMBER"), driver ("driver NAME VERSION
 /// ENVIRONMENT"), package and queue ("queue NAME PORT DRIVER ID CLOUDPORT"; "-" for missing printer data).
 QStringList machineContent();
+
+/// The telling arguments of the calls of a Win32 function, oldest first.
+QStringList argumentsOf(const std::string &function);
 
 /// Runs a worker to its end and gives the arguments of its one result signal; empty when it was emitted more or less
 /// than once.
