@@ -1,5 +1,4 @@
-// What goes to the cloud and what its answers mean. What becomes of a job when the cloud is in trouble is tested with
-// the whole window.
+// What goes to the cloud, and when. What becomes of a job when the cloud is in trouble is tested with the whole window.
 
 #include "cloud/cloud.h"
 #include "cloud/protocol.h"
@@ -111,19 +110,11 @@ private slots:
         QCOMPARE(connections, 1);
     }
 
-    void abort_data()
+    void abortDuringTheUpload()
     {
-        QTest::addColumn<QByteArray>("job");
-        QTest::newRow("waiting for the answer") << QByteArray("job");
-        QTest::newRow("during the upload") << largeJob();
-    }
-
-    void abort()
-    {
-        QFETCH(QByteArray, job);
         QTcpServer silent;
         silent.listen(QHostAddress::LocalHost);
-        submit(QStringLiteral("http://127.0.0.1:%1").arg(silent.serverPort()), job);
+        submit(QStringLiteral("http://127.0.0.1:%1").arg(silent.serverPort()), largeJob());
         QTRY_VERIFY(silent.hasPendingConnections());
         QTest::qWait(100);
         m_client->currentReply()->abort();
@@ -131,7 +122,7 @@ private slots:
         m_client->currentReply()->deleteLater();
         waitForTheEnd();
         QCOMPARE(m_errors, {QNetworkReply::OperationCanceledError});
-        QCOMPARE(m_answers.first(), withJob({}, job));
+        QCOMPARE(m_answers.first(), withJob({}, largeJob()));
     }
 
     void resultRequest()
@@ -144,26 +135,6 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(results.size(), 1, timeoutMs);
         QVERIFY(peer.requests().value(0).startsWith("GET /v1.1/printResult?veltraId=a/b?c=1&d%2F HTTP/1.1\r\n"));
         QTRY_VERIFY(!poller.findChild<QNetworkReply *>());
-    }
-
-    void jobResult_data()
-    {
-        QTest::addColumn<QString>("data");
-        QTest::addColumn<bool>("printing");
-        QTest::addColumn<QString>("journalStatus");
-        QTest::newRow("printing, somewhere") << R"({"0123456789ABCDEF":"任务正在打印中"})" << true << "";
-        QTest::newRow("nearly printed") << R"({"0123456789ABCDEF":"打印成功 "})" << false << "打印失败:打印成功 ";
-        QTest::newRow("other printer") << R"({"FFFFFFFFFFFFFFFF":"正在打印"})" << false << "打印失败:";
-        QTest::newRow("bare text is final") << R"("正在打印")" << false << "正在打印";
-    }
-
-    void jobResult()
-    {
-        QFETCH(QString, data);
-        const QJsonDocument answer = QJsonDocument::fromJson("{\"data\":" + data.toUtf8() + '}');
-        const CloudProtocol::JobResult result = CloudProtocol::jobResult(answer, record.cloudSn);
-        QTEST(result.printing, "printing");
-        QTEST(result.journalStatus, "journalStatus");
     }
 
 private:

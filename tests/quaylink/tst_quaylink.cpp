@@ -106,35 +106,6 @@ private slots:
         QVERIFY(Win32Emulator::calls().empty());
     }
 
-    void dependentServices_data()
-    {
-        QTest::addColumn<QByteArray>("function");
-        QTest::addColumn<unsigned>("error");
-        QTest::addColumn<bool>("result");
-        QTest::newRow("stopped") << QByteArray() << 0U << true;
-        QTest::newRow("told to be stopped but runs on") << QByteArray("ControlService") << 1062U << false;
-        QTest::newRow("control refused") << QByteArray("ControlService") << 5U << false;
-        QTest::newRow("query fails") << QByteArray("QueryServiceStatus") << 5U << false;
-        QTest::newRow("no list") << QByteArray("EnumDependentServicesW") << 5U << false;
-    }
-
-    void dependentServices()
-    {
-        QFETCH(QByteArray, function);
-        QFETCH(unsigned, error);
-        QFETCH(bool, result);
-        Win32Emulator::useVirtualTime();
-        Win32Emulator::addService("Fax", "Spooler");
-        if (error)
-            Win32Emulator::failCalls(function.toStdString(), error);
-        const SC_HANDLE manager = OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS);
-        const SC_HANDLE service = OpenServiceW(manager, wide("Spooler"), SERVICE_ENUMERATE_DEPENDENTS);
-        QCOMPARE(m_stop(manager, service) != FALSE, result);
-        QVERIFY(GetTickCount() < 31000);
-        CloseServiceHandle(service);
-        CloseServiceHandle(manager);
-    }
-
 private:
     Quaylink::AddStandardTcpPort *m_add = nullptr;
     Quaylink::ConfigStandardTcpPort *m_config = nullptr;

@@ -105,18 +105,6 @@ private slots:
         QCOMPARE(log.lines().last(), QString("二楼依赖ORVO ox-410t, 不删除驱动"));
         QCOMPARE(Win32Emulator::drivers().size(), size_t(2));
     }
-
-    void unknownPrinter()
-    {
-        for (const QString &name : {QString("nobody"), QString()}) {
-            RemovePrinterThread thread({name, {}, {}, 0, {}, {}});
-            const LogRecorder log;
-            const QVariantList result = resultOf(thread, &RemovePrinterThread::removeResult);
-            QVERIFY(!result[0].toBool());
-            QCOMPARE(result[1].toString(), QString("删除打印机失败"));
-        }
-        QCOMPARE(Win32Emulator::printers().size(), size_t(1));
-    }
 };
 
 QTEST_GUILESS_MAIN(RemovePrinterTest)
