@@ -6,10 +6,6 @@
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTest>
-#include <QThread>
-
-#include <memory>
-#include <vector>
 
 namespace {
 
@@ -77,24 +73,6 @@ private slots:
         write(QtCriticalMsg, "lost");
         LogFileManage(5);
         QVERIFY(!logFolder().exists());
-    }
-
-    void keepsLinesOfManyThreadsWhole()
-    {
-        constexpr int threadCount = 8;
-        constexpr int lineCount = 200;
-        std::vector<std::unique_ptr<QThread>> threads;
-        for (int i = 0; i < threadCount; ++i) {
-            threads.emplace_back(QThread::create([i] {
-                for (int line = 0; line < lineCount; ++line)
-                    write(QtDebugMsg, QString(500, QChar('a' + i)));
-            }));
-            threads.back()->start();
-        }
-        for (const auto &thread : threads)
-            QVERIFY(thread->wait());
-        const QRegularExpression whole("^\\[[^\\]]+\\] Debug: ([a-h])\\1{499}$");
-        QCOMPARE(today().split("\r\n").filter(whole).size(), threadCount * lineCount);
     }
 
     void deletesOldFiles()

@@ -123,7 +123,7 @@ private slots:
             timer.start();
             QCOMPARE(CPrinter().GetInfVersion(file.fileName()), QString());
             QCOMPARE(CPrinter().GetInfDrivers(file.fileName()), QSet<QString>());
-            QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
+            QVERIFY2(timer.elapsed() < 10000, "reading each byte anew for each line would take minutes");
         }
     }
 
