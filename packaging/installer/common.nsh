@@ -1,0 +1,29 @@
+; What the installer and the uninstaller share. Macros, because functions of an uninstaller are named otherwise.
+
+; EndWith CODE TEXT: tells why, unless silent, and ends.
+!macro EndWith code text
+  MessageBox MB_OK|MB_ICONSTOP "${text}" /SD IDOK
+  SetErrorLevel ${code}
+  Quit
+!macroend
+!define EndWith "!insertmacro EndWith"
+
+!macro RequireAdministrator
+  UserInfo::GetAccountType
+  Pop $0
+  ${If} $0 != "Admin"
+    ${EndWith} ${EXIT_NO_ADMINISTRATOR} "$(TEXT_NO_ADMINISTRATOR)"
+  ${EndIf}
+!macroend
+!define RequireAdministrator "!insertmacro RequireAdministrator"
+
+; Ends the instances that run from the installation folder.
+!macro CloseProgram
+  InitPluginsDir
+  File "/oname=$PLUGINSDIR\closeprogram.exe" "${CLOSE_PROGRAM}"
+  ExecWait '"$PLUGINSDIR\closeprogram.exe" "$INSTDIR\${PROGRAM}"' $0
+  ${If} $0 != 0
+    ${EndWith} ${EXIT_STILL_RUNNING} "$(TEXT_STILL_RUNNING)"
+  ${EndIf}
+!macroend
+!define CloseProgram "!insertmacro CloseProgram"
