@@ -26,6 +26,16 @@ run_packages=(
 # shellcheck disable=SC2034
 test_packages=(fonts-noto-cjk xvfb xdotool)
 # shellcheck disable=SC2034
+windows_packages=(
+    g++-mingw-w64-x86-64-posix # the compiler
+    nsis                       # the installer
+)
+# shellcheck disable=SC2034
+windows_trial_packages=(
+    wine wine64        # in the place of Windows
+    "${run_packages[@]}"
+)
+# shellcheck disable=SC2034
 check_packages=(clang-format shellcheck)
 
 say() {
@@ -56,6 +66,20 @@ install_packages() {
     say "Installing ${missing[*]}"
     "${as_root[@]}" apt-get -q update
     "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q -y install --no-install-recommends "${missing[@]}"
+}
+
+# Where the archive with Qt for Windows lies that the project has built itself.
+windows_qt_cache() {
+    echo "${XDG_CACHE_HOME:-$HOME/.cache}/orvo-cloud-manager/qt5-mingw.tar.xz"
+}
+
+# The archive with Qt for Windows that is at hand. 1 when there is none.
+windows_qt_archive() {
+    local archive
+    for archive in "${QT5_MINGW_ARCHIVE-}" "$(windows_qt_cache)"; do
+        [[ -f $archive ]] && realpath -- "$archive" && return
+    done
+    return 1
 }
 
 # The texts of the program and of its files are Chinese, in the system's 8-bit code page.

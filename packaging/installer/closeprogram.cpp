@@ -16,8 +16,8 @@
 
 namespace {
 
-constexpr DWORD endTimeout = 20000;  // ms; the program gives its jobs 5 s
-constexpr DWORD stopTimeout = 5000;  // ms
+constexpr DWORD endTimeout = 20000;   // ms; the program gives its jobs 5 s
+constexpr DWORD stopTimeout = 5000;   // ms
 constexpr DWORD pathCapacity = 32768; // the longest path there is
 
 struct CloseHandleOf
@@ -54,8 +54,8 @@ std::vector<Instance> instancesOf(const std::wstring &program)
     PROCESSENTRY32W entry = {};
     entry.dwSize = sizeof entry;
     for (BOOL found = Process32FirstW(snapshot.get(), &entry); found; found = Process32NextW(snapshot.get(), &entry)) {
-        Handle process(
-            OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION | PROCESS_TERMINATE | SYNCHRONIZE, FALSE, entry.th32ProcessID));
+        Handle process(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION | PROCESS_TERMINATE | SYNCHRONIZE, FALSE,
+                                   entry.th32ProcessID));
         if (process && isSamePath(imagePath(process.get()), program))
             instances.push_back({entry.th32ProcessID, std::move(process)});
     }

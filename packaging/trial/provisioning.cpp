@@ -1,0 +1,65 @@
+#include "packaging/trial/provisioning.h"
+
+#include "spooler/cprinter.h"
+#include "spooler/environments.h"
+#include "spooler/win32text.h"
+#include "store/driverinfo.h"
+
+namespace {
+
+constexpr int portNumberBase = 8100;
+
+bool setText(HKEY key, const wchar_t *name, const std::wstring &text)
+{
+    return RegSetValueExW(key, name, 0, REG_SZ, reinterpret_cast<const BYTE *>(text.c_str()),
+                          static_cast<DWORD>((text.size() + 1) * sizeof(WCHAR))) == ERROR_SUCCESS;
+}
+
+/// What the platform notes about a driver that came from a package. AddPrinterDriver alone does not.
+bool describeDriver()
+{
+    const std::wstring path =
+        L"SYSTEM\\CurrentControlSet\\Control\\Print\\Environments\\Windows x64\\Drivers\\Version-3\\" +
+        CloudPrinter::driverName.toStdWString();
+    HKEY key = nullptr;
+    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, path.c_str(), 0, KEY_SET_VALUE, &key) != ERROR_SUCCESS)
+        return false;
+    const bool described =
+        setText(key, L"DriverVersion", L"1.4.0.2") && setText(key, L"InfPath", L"C:\\windows\\inf\\oem0.inf");
+    RegCloseKey(key);
+    return described;
+}
+
+} // namespace
+
+bool Provisioning::addMonitor()
+{
+    WideText name(QStringLiteral("Standard TCP/IP Port"));
+    WideText environment(QStringLiteral("Windows x64"));
+    WideText library(QStringLiteral("tcpmonitor.dll"));
+    MONITOR_INFO_2W monitor = {name.data(), environment.data(), library.data()};
+    return AddMonitorW(nullptr, 2, reinterpret_cast<LPBYTE>(&monitor));
+}
+
+bool Provisioning::addDriver()
+{
+    WideText name(CloudPrinter::driverName);
+    WideText environment(QStringLiteral("Windows x64"));
+    WideText library(QStringLiteral("orvo.dll"));
+    DRIVER_INFO_3W driver = {};
+    driver.cVersion = 3;
+    driver.pName = name.data();
+    driver.pEnvironment = environment.data();
+    // The files need not exist, but Wine crashes where one of the names is missing.
+    driver.pDriverPath = driver.pDataFile = driver.pConfigFile = library.data();
+    return AddPrinterDriverExW(nullptr, 3, reinterpret_cast<LPBYTE>(&driver), APD_COPY_ALL_FILES) && describeDriver();
+}
+
+bool Provisioning::addCloudQueue(const QString &queue, const QString &serial, unsigned short portNumber)
+{
+    const QString port = CloudPrinter::portNameTemplate.arg(portNumber - portNumberBase, 3, 10, QLatin1Char('0'));
+    CPrinter spooler;
+    return spooler.addStandardTcpPort(port, CloudPrinter::localAddress, portNumber) == 0 &&
+           spooler.addCloudPrinter(queue, port, CloudPrinter::driverName, QString(), false) &&
+           spooler.SetCloudPrinterId(queue, serial) == 0 && spooler.SetPrinterPortNum(queue, portNumber);
+}

@@ -1,0 +1,67 @@
+// trialctl set-up QUEUE SERIAL PORT-NUMBER | print QUEUE FILE | show QUEUE
+//
+// `show` writes the queue's port, its driver, and of each value of its printer data type, size and bytes as the spooler
+// has them. Exit status 0, or 1 when a step failed or there is no such queue.
+
+#include "packaging/trial/printing.h"
+#include "packaging/trial/provisioning.h"
+#include "spooler/cprinter.h"
+#include "spooler/win32text.h"
+
+#include <QCoreApplication>
+#include <QTextStream>
+
+namespace {
+
+QTextStream &output()
+{
+    static QTextStream stream(stdout);
+    return stream;
+}
+
+bool showValue(const PrinterHandle &printer, const QString &name)
+{
+    constexpr int capacity = 256;
+    QByteArray bytes(capacity, '\0');
+    DWORD type = 0;
+    DWORD size = 0;
+    if (GetPrinterDataW(printer.get(), WideText(name).data(), &type, reinterpret_cast<LPBYTE>(bytes.data()), capacity,
+                        &size) != ERROR_SUCCESS)
+        return false;
+    output() << name << ": type " << type << ", " << size << " bytes, " << bytes.left(static_cast<int>(size)).toHex()
+             << '\n';
+    return true;
+}
+
+bool show(const QString &queue)
+{
+    SpoolerBuffer info;
+    const PrinterHandle printer(queue, PRINTER_ACCESS_ADMINISTER);
+    if (!printer || !CPrinter().GetCloudPrinterInfo(queue, info))
+        return false;
+    const auto *entry = reinterpret_cast<const PRINTER_INFO_2W *>(info.get());
+    output() << "port: " << fromWide(entry->pPortName) << '\n' << "driver: " << fromWide(entry->pDriverName) << '\n';
+    return showValue(printer, QStringLiteral("CloudId")) && showValue(printer, QStringLiteral("CloudPort"));
+}
+
+bool run(const QStringList &arguments)
+{
+    const QString command = arguments.value(1);
+    if (command == QLatin1String("set-up") && arguments.size() == 5)
+        return Provisioning::addMonitor() && Provisioning::addDriver() &&
+               Provisioning::addCloudQueue(arguments.at(2), arguments.at(3), arguments.at(4).toUShort());
+    if (command == QLatin1String("print") && arguments.size() == 4)
+        return printFile(arguments.at(2), arguments.at(3));
+    if (command == QLatin1String("show") && arguments.size() == 3)
+        return show(arguments.at(2));
+    return false;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    const QCoreApplication application(argc, argv);
+    output().setCodec("UTF-8");
+    return run(QCoreApplication::arguments()) ? EXIT_SUCCESS : EXIT_FAILURE;
+}
