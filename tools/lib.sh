@@ -33,6 +33,8 @@ windows_packages=(
 # shellcheck disable=SC2034
 windows_trial_packages=(
     wine wine64        # in the place of Windows
+    locales            # its code page is that of China
+    iproute2 xxd
     "${run_packages[@]}"
 )
 # shellcheck disable=SC2034

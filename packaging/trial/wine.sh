@@ -11,10 +11,24 @@ export WINEDLLOVERRIDES='mscoree,mshtml=;winemenubuilder.exe,winedbg.exe=d;print
 
 make_prefix() {
     say "Making a Wine prefix"
+    use_chinese
     timeout "$prefix_time_limit" wineboot --init >"$state/wineboot.log" 2>&1 || fail "Wine could not make a prefix"
     wineserver --wait
     # The trial's programs find the program's libraries.
     export WINEPATH='C:\Program Files\OrvoCloudManager'
+}
+
+# Wine takes its 8-bit code page, in which journal and log are written, from the locale. This one need not be installed.
+use_chinese() {
+    mkdir -p "$state/locale"
+    localedef --no-warnings=all -i zh_CN -f UTF-8 "$state/locale/zh_CN.UTF-8"
+    # The shell, which looks elsewhere, warns; what it starts finds the locale.
+    export LOCPATH=$state/locale LC_ALL=zh_CN.UTF-8 2>/dev/null
+}
+
+# from_code_page FILES...: their text.
+from_code_page() {
+    cat "$@" 2>/dev/null | iconv -f GBK
 }
 
 end_wine() {
