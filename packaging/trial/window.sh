@@ -13,6 +13,52 @@ main_window() {
     xdotool search --onlyvisible --name '^ORVO' 2>/dev/null | head -n 1
 }
 
+# The places of the form, which has one size, and of the first card on it. Read off a screenshot of it.
+declare -A places=(
+    [page-list]='95 285'
+    [page-add]='95 355'
+    [field-name]='620 215'
+    [field-serial]='620 275'
+    [confirm]='575 416'
+    [delete]='850 123'
+)
+
+# click PLACE
+click() {
+    local x y
+    read -r x y <<<"${places[$1]}"
+    click_window "$(main_window)" "$x" "$y"
+}
+
+# type_into PLACE TEXT
+type_into() {
+    click "$1"
+    xdotool key ctrl+a type "$2"
+}
+
+# click_window WINDOW X Y: there is no window manager that would hand it the keyboard.
+click_window() {
+    xdotool windowfocus --sync "$1" mousemove --window "$1" "$2" "$3" click 1
+}
+
+# The message dialog, told by its size.
+message_dialog() {
+    local window
+    for window in $(xdotool search --onlyvisible --name '' 2>/dev/null); do
+        if xdotool getwindowgeometry "$window" 2>/dev/null | grep -q 'Geometry: 316x206'; then
+            echo "$window"
+            return
+        fi
+    done
+    return 1
+}
+
+# Presses "确定".
+answer_message() {
+    wait_for 30 message_dialog >/dev/null || fail "no message was shown"
+    click_window "$(message_dialog)" 158 168
+}
+
 save_screenshot() {
     import -window "$(main_window)" "$state/screenshot.png"
     say "Screenshot: ${state#"${root:?}/"}/screenshot.png"
