@@ -30,6 +30,20 @@ click() {
     click_window "$(main_window)" "$x" "$y"
 }
 
+# turn_to PAGE: by its button at the left, which is bright when it is selected. A click that comes while the window is
+# just being raised is lost, so it is repeated.
+turn_to() {
+    wait_for 10 is_turned_to "$1" || fail "the window does not show $1"
+}
+
+is_turned_to() {
+    click "$1"
+    local x y blue
+    read -r x y <<<"${places[$1]}"
+    blue=$(import -window "$(main_window)" -format "%[fx:round(255*p{$((x - 70)),$y}.b)]" info:)
+    ((blue > 128))
+}
+
 # type_into PLACE TEXT
 type_into() {
     click "$1"
