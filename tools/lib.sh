@@ -27,15 +27,13 @@ run_packages=(
 test_packages=(fonts-noto-cjk xvfb xdotool)
 # shellcheck disable=SC2034
 windows_packages=(
-    g++-mingw-w64-x86-64-posix # the compiler
-    nsis                       # the installer
+    g++-mingw-w64-x86-64-posix nsis # the compiler, the installer
 )
 # shellcheck disable=SC2034
 windows_trial_packages=(
-    wine wine64        # in the place of Windows
-    locales            # its code page is that of China
-    iproute2 xxd
     "${run_packages[@]}"
+    wine wine64 locales   # in the place of Windows, with the code page of China
+    iproute2 xxd          # a network of its own, bytes to compare
 )
 # shellcheck disable=SC2034
 check_packages=(clang-format shellcheck)

@@ -12,22 +12,20 @@ namespace XcvCommands {
 
 namespace {
 
-/// The input as the command's structure, once access, size and version are right.
+/// The input as the command's structure, once size and version are right.
 template <typename Data>
-DWORD checkedInput(const Door &door, const Request &request, const Data *&data)
+DWORD checkedInput(const Request &request, const Data *&data)
 {
-    if (!(door.access & SERVER_ACCESS_ADMINISTER))
-        return ERROR_ACCESS_DENIED;
     if (!request.input || request.inputSize < sizeof(Data))
         return ERROR_INVALID_DATA;
     data = reinterpret_cast<const Data *>(request.input);
     return data->version == portDataVersion ? ERROR_SUCCESS : ERROR_INVALID_LEVEL;
 }
 
-DWORD savePort(const Door &door, const Request &request, bool mustExist)
+DWORD savePort(const Request &request, bool mustExist)
 {
     const PortData *data = nullptr;
-    if (const DWORD error = checkedInput(door, request, data))
+    if (const DWORD error = checkedInput(request, data))
         return error;
     if (data->size != sizeof *data || data->protocol != rawProtocol)
         return ERROR_INVALID_DATA;
@@ -37,10 +35,10 @@ DWORD savePort(const Door &door, const Request &request, bool mustExist)
     return PortStore::save(data->portName, {data->hostAddress, data->portNumber});
 }
 
-DWORD deletePort(const Door &door, const Request &request)
+DWORD deletePort(const Request &request)
 {
     const DeletePortData *data = nullptr;
-    if (const DWORD error = checkedInput(door, request, data))
+    if (const DWORD error = checkedInput(request, data))
         return error;
     return PortStore::remove(data->portName);
 }
@@ -48,7 +46,7 @@ DWORD deletePort(const Door &door, const Request &request)
 DWORD describePort(const Door &door, const Request &request)
 {
     const ConfigInfoData *data = nullptr;
-    if (const DWORD error = checkedInput(door, request, data))
+    if (const DWORD error = checkedInput(request, data))
         return error;
     *request.needed = sizeof(PortData);
     if (!request.output || request.outputSize < sizeof(PortData))
@@ -71,14 +69,16 @@ DWORD describePort(const Door &door, const Request &request)
 
 DWORD run(const Door &door, const std::wstring &command, const Request &request)
 {
-    if (command == L"AddPort")
-        return savePort(door, request, false);
-    if (command == L"ConfigPort")
-        return savePort(door, request, true);
-    if (command == L"DeletePort")
-        return deletePort(door, request);
     if (command == L"GetConfigInfo")
         return describePort(door, request);
+    if (!(door.access & SERVER_ACCESS_ADMINISTER))
+        return ERROR_ACCESS_DENIED;
+    if (command == L"AddPort")
+        return savePort(request, false);
+    if (command == L"ConfigPort")
+        return savePort(request, true);
+    if (command == L"DeletePort")
+        return deletePort(request);
     return ERROR_INVALID_PARAMETER;
 }
 
