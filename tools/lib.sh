@@ -36,6 +36,11 @@ windows_trial_packages=(
     iproute2 xxd          # a network of its own, bytes to compare
 )
 # shellcheck disable=SC2034
+picture_packages=(
+    openbox trayer        # a window manager and a host for tray icons
+    optipng               # the user guide's pictures
+)
+# shellcheck disable=SC2034
 check_packages=(clang-format shellcheck)
 
 say() {

@@ -15,13 +15,20 @@ start() {
     pids+=($!)
 }
 
+# The process that was last started under that name.
+pid_of() {
+    local i pid=
+    for i in "${!names[@]}"; do
+        [[ ${names[i]} != "$1" ]] || pid=${pids[i]}
+    done
+    echo "$pid"
+}
+
 # Whether the process of that name still runs.
 runs() {
-    local i
-    for i in "${!names[@]}"; do
-        [[ ${names[i]} == "$1" ]] && kill -0 "${pids[i]}" 2>/dev/null && return 0
-    done
-    return 1
+    local pid
+    pid=$(pid_of "$1")
+    [[ -n $pid ]] && kill -0 "$pid" 2>/dev/null
 }
 
 # wait_for SECONDS CONDITION...: 1 when the time is over.

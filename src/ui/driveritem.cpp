@@ -5,7 +5,9 @@
 #include "cloud/protocol.h"
 #include "spooler/cprinter.h"
 #include "ui/actionbutton.h"
+#include "ui/cardpanel.h"
 #include "ui/qcircleprocess.h"
+#include "ui/settingsdlg.h"
 
 #include <QDebug>
 #include <QGridLayout>
@@ -16,13 +18,15 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QThread>
-#include <QVBoxLayout>
 
 namespace {
 constexpr int cardHeight = 170;
-constexpr int cornerRadius = 85;
+constexpr int sideMargin = 45; // clear of the round corners
+constexpr int fieldWidth = 180;
+constexpr int stateWidth = 60;
+constexpr int fieldHeight = 26;
+constexpr int refreshSize = 18;
 constexpr int deviceSpinnerSize = 18;
-constexpr int printSpinnerSize = 39;
 constexpr int nameLength = 10;
 constexpr int serialLength = 16;
 constexpr int resultInterval = 1000;         // ms
@@ -30,11 +34,17 @@ constexpr int firstDeviceInterval = 5000;    // ms
 constexpr int offlineDeviceInterval = 10000; // ms
 constexpr int onlineDeviceInterval = 300000; // ms
 
-QLineEdit *readOnlyField()
+const auto panelStyle = QStringLiteral("QLabel,QLineEdit{font-size:14px;}"
+                                       "QLineEdit{border:1px solid transparent;border-radius:3px;padding:0 4px;}"
+                                       "QPushButton:focus{border:1px solid rgb(10, 23, 40);}");
+
+QLineEdit *readOnlyField(const QString &name)
 {
     auto *field = new QLineEdit;
+    field->setObjectName(name);
     field->setReadOnly(true);
-    field->setFrame(false);
+    field->setFocusPolicy(Qt::ClickFocus); // the Tab key passes by what cannot be edited
+    field->setFixedSize(fieldWidth, fieldHeight);
     return field;
 }
 
@@ -42,7 +52,7 @@ void addRow(QGridLayout *rows, const QString &caption, QLineEdit *field)
 {
     const int row = rows->rowCount();
     rows->addWidget(new QLabel(caption), row, 0);
-    rows->addWidget(field, row, 1);
+    rows->addWidget(field, row, 1, Qt::AlignLeft);
     field->setAccessibleName(caption.chopped(1));
 }
 } // namespace
@@ -62,73 +72,81 @@ DriverItem::DriverItem(const DriverInfo &info, QWidget *parent)
 void DriverItem::buildPanel()
 {
     setFixedHeight(cardHeight);
-    auto *panel = new QWidget(this);
-    panel->setObjectName(QStringLiteral("panel"));
-    panel->setStyleSheet(QStringLiteral("#panel{background-color:white;border-top-left-radius:85px;"
-                                        "border-bottom-right-radius:85px;}"));
+    auto *panel = new CardPanel(this);
+    panel->setStyleSheet(panelStyle);
     auto *outer = new QHBoxLayout(this);
     outer->setContentsMargins(0, 0, 0, 0);
     outer->addWidget(panel);
     auto *inner = new QHBoxLayout(panel);
-    inner->setContentsMargins(cornerRadius / 2, 10, cornerRadius / 2, 10); // clear of the round corners
-    inner->addLayout(fieldRows(), 1);
+    inner->setContentsMargins(CardPanel::shadowMargins() + QMargins(sideMargin, 10, sideMargin, 10));
+    inner->addLayout(fieldRows());
+    inner->addStretch(1);
     inner->addLayout(buttonRow());
 }
 
 QLayout *DriverItem::fieldRows()
 {
-    m_nameField = readOnlyField();
-    m_nameField->setObjectName(QStringLiteral("printerName"));
+    m_nameField = readOnlyField(QStringLiteral("printerName"));
     m_nameField->setMaxLength(nameLength);
-    m_serialField = readOnlyField();
-    m_serialField->setObjectName(QStringLiteral("cloudSerial"));
+    m_serialField = readOnlyField(QStringLiteral("cloudSerial"));
     m_serialField->setMaxLength(serialLength);
-    m_deviceField = readOnlyField();
-    m_deviceField->setObjectName(QStringLiteral("deviceState"));
+    m_deviceField = readOnlyField(QStringLiteral("deviceState"));
+    m_deviceField->setFixedWidth(stateWidth);
+    for (QLineEdit *field : {m_nameField, m_serialField})
+        connect(field, &QLineEdit::returnPressed, this, [this] { m_modifyButton->button()->click(); });
 
     auto *rows = new QGridLayout;
+    rows->setVerticalSpacing(4);
     addRow(rows, QStringLiteral("打印机名:"), m_nameField);
     addRow(rows, QStringLiteral("云序列号:"), m_serialField);
     addRow(rows, QStringLiteral("设备状态:"), m_deviceField);
-    rows->addWidget(refreshButton(), rows->rowCount() - 1, 2);
+    rows->addLayout(refreshRow(), rows->rowCount() - 1, 1);
     // Nothing ever writes to this one: outcomes go to the journal. Intended.
-    addRow(rows, QStringLiteral("打印结果:"), readOnlyField());
+    addRow(rows, QStringLiteral("打印结果:"), readOnlyField(QStringLiteral("printResult")));
     return rows;
 }
 
-/// The button and, beside it, the spinner that turns while the answer is awaited.
-QWidget *DriverItem::refreshButton()
+/// Behind the state: the button that asks for it and the spinner that turns until the answer is there.
+QLayout *DriverItem::refreshRow()
 {
-    auto *place = new QWidget;
     auto *refresh = new QPushButton(QIcon(QStringLiteral(":/image/resource/refresh.png")), QString());
     refresh->setObjectName(QStringLiteral("refreshButton"));
     refresh->setAccessibleName(QStringLiteral("刷新设备状态"));
+    refresh->setFixedSize(refreshSize + 4, refreshSize + 4);
+    refresh->setIconSize({refreshSize, refreshSize});
+    refresh->setFocusPolicy(Qt::TabFocus);
+    refresh->setAutoDefault(true); // Enter presses it
     connect(refresh, &QPushButton::clicked, this, &DriverItem::onDevStateClicked);
     m_deviceSpinner = new QCircleProcess(deviceSpinnerSize);
+    m_deviceSpinner->setFixedSize(deviceSpinnerSize, deviceSpinnerSize);
     m_deviceSpinner->setColor(QColor(QStringLiteral("#0000ff")));
-    auto *layout = new QHBoxLayout(place);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(refresh);
-    layout->addWidget(m_deviceSpinner);
-    return place;
+
+    auto *row = new QHBoxLayout;
+    row->addSpacing(stateWidth);
+    row->addWidget(refresh);
+    row->addWidget(m_deviceSpinner);
+    row->addStretch(1);
+    return row;
+}
+
+ActionButton *DriverItem::addAction(QLayout *row, const QString &name, const QString &caption,
+                                    void (DriverItem::*slot)(bool))
+{
+    auto *action = new ActionButton(name, caption);
+    connect(action, &ActionButton::clicked, this, slot);
+    row->addWidget(action);
+    return action;
 }
 
 QLayout *DriverItem::buttonRow()
 {
-    auto *test = new ActionButton(QStringLiteral("test"), QStringLiteral("打印测试"));
-    connect(test, &ActionButton::clicked, this, &DriverItem::onTestClicked);
-    m_printSpinner = new QCircleProcess(printSpinnerSize, test->button());
-    m_printSpinner->setColor(QColor(QStringLiteral("#ffffff")));
-    const int margin = (ActionButton::pictureSize - printSpinnerSize) / 2;
-    m_printSpinner->move(margin, margin);
-    m_modifyButton = new ActionButton(QStringLiteral("modify"), QStringLiteral("修改打印机"));
-    connect(m_modifyButton, &ActionButton::clicked, this, &DriverItem::onModifyClicked);
-    auto *remove = new ActionButton(QStringLiteral("delete"), QStringLiteral("删除打印机"));
-    connect(remove, &ActionButton::clicked, this, &DriverItem::onDeleteClicked);
-
     auto *row = new QHBoxLayout;
-    for (ActionButton *action : {test, m_modifyButton, remove})
-        row->addWidget(action);
+    row->setSpacing(0);
+    addAction(row, QStringLiteral("detail"), QStringLiteral("打印详情"), &DriverItem::onStateClicked);
+    m_testButton = addAction(row, QStringLiteral("test"), QStringLiteral("打印测试"), &DriverItem::onTestClicked);
+    m_modifyButton =
+        addAction(row, QStringLiteral("modify"), QStringLiteral("修改打印机"), &DriverItem::onModifyClicked);
+    addAction(row, QStringLiteral("delete"), QStringLiteral("删除打印机"), &DriverItem::onDeleteClicked);
     return row;
 }
 
@@ -152,6 +170,12 @@ void DriverItem::prepareDeviceRequest()
 QNetworkReply *DriverItem::requestDeviceState()
 {
     return m_network.post(m_deviceRequest, CloudProtocol::deviceStatusBody(m_info.cloudSn));
+}
+
+void DriverItem::onStateClicked(bool)
+{
+    // Over the window, and not the card's child: the card can go while it is open.
+    SettingsDlg(m_info, window()).exec();
 }
 
 void DriverItem::onDevStateClicked(bool)
@@ -193,7 +217,7 @@ void DriverItem::devStateReceive(QNetworkReply *reply)
 
 void DriverItem::onTestClicked(bool)
 {
-    m_printSpinner->startAnimation();
+    m_testButton->setBusy(true);
     // The set-up process may take half a minute, which the interface does not wait for.
     QThread *worker = QThread::create([name = m_info.printerName] { CPrinter().PrintTestPage(name); });
     connect(worker, &QThread::finished, worker, &QObject::deleteLater);

@@ -38,6 +38,9 @@ signals:
     void portBusy(bool isbusy);
 
 public slots:
+    /// Opens the print details and returns when the user has closed them.
+    void onStateClicked(bool checked);
+
     /// Asks for the state of the device.
     void onDevStateClicked(bool checked);
 
@@ -79,8 +82,9 @@ private:
 
     void buildPanel();
     QLayout *fieldRows();
-    QWidget *refreshButton();
+    QLayout *refreshRow();
     QLayout *buttonRow();
+    ActionButton *addAction(QLayout *row, const QString &name, const QString &caption, void (DriverItem::*slot)(bool));
     void startTimers();
     void prepareDeviceRequest();
     QNetworkReply *requestDeviceState();
@@ -99,7 +103,6 @@ private:
     DriverInfo m_info;
     bool m_viewMode = true; // name and serial cannot be edited
     QPointer<RemovePrinterThread> m_removeThread;
-    QCircleProcess *m_printSpinner = nullptr;
     QCircleProcess *m_deviceSpinner = nullptr;
     bool m_queryInFlight = false;
     QString m_jobneed;
@@ -113,6 +116,7 @@ private:
     QLineEdit *m_nameField = nullptr;
     QLineEdit *m_serialField = nullptr;
     QLineEdit *m_deviceField = nullptr;
+    ActionButton *m_testButton = nullptr;
     ActionButton *m_modifyButton = nullptr;
     QString m_shownName; // what the fields were given
     QString m_shownSerial;

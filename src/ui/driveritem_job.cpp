@@ -4,8 +4,8 @@
 #include "cloud/protocol.h"
 #include "cloud/statethread.h"
 #include "store/journal.h"
+#include "ui/actionbutton.h"
 #include "ui/errordialog.h"
-#include "ui/qcircleprocess.h"
 
 #include <QDateTime>
 #include <QDebug>
@@ -44,7 +44,7 @@ void DriverItem::onCloudResut(QNetworkReply::NetworkError error, const QJsonDocu
     if (error != QNetworkReply::NoError) {
         failSubmission(error);
     } else if (!CloudProtocol::isUsable(jd)) {
-        m_printSpinner->stopAnimation();
+        m_testButton->setBusy(false);
         emit portBusy(false);
         m_queryInFlight = false;
         qDebug() << "Invalid receive json";
@@ -61,7 +61,7 @@ void DriverItem::failSubmission(QNetworkReply::NetworkError error)
         job.journal(CloudProtocol::StatusText::fileTooLarge);
     } else {
         const QPointer<DriverItem> self(this);
-        m_printSpinner->stopAnimation();
+        m_testButton->setBusy(false);
         job.show(CloudProtocol::StatusText::networkFailureShown);
         job.journal(CloudProtocol::StatusText::networkFailure);
         if (!self)
@@ -122,7 +122,7 @@ void DriverItem::onStateResut(QNetworkReply::NetworkError error, const QJsonDocu
 void DriverItem::endWithText(const JobRecord &job, const QString &text)
 {
     const QPointer<DriverItem> self(this);
-    m_printSpinner->stopAnimation();
+    m_testButton->setBusy(false);
     job.show(text);
     job.journal(text);
     if (self)
@@ -132,7 +132,7 @@ void DriverItem::endWithText(const JobRecord &job, const QString &text)
 /// The printer is free for the next job, which may arrive while a message about this one is still open.
 void DriverItem::endJob()
 {
-    m_printSpinner->stopAnimation();
+    m_testButton->setBusy(false);
     m_stateTimer.stop();
     m_queryInFlight = false;
     if (m_stateThread)

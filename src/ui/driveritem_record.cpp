@@ -13,8 +13,8 @@
 
 namespace {
 
-const auto viewStyle = QStringLiteral("background-color:transparent;border:none;");
-const auto editStyle = QStringLiteral("background-color:white;border:1px solid rgb(200, 206, 214);");
+const auto viewStyle = QStringLiteral("background-color:transparent;border:1px solid transparent;");
+const auto editStyle = QStringLiteral("background-color:white;border:1px solid rgb(140, 152, 168);");
 
 constexpr int invalidPrinterName = -1; // of CPrinter::SetCloudPrinterId
 
@@ -40,6 +40,7 @@ void DriverItem::setViewMode(bool viewMode)
     m_modifyButton->setCaption(viewMode ? QStringLiteral("修改打印机") : QStringLiteral("保存修改"));
     for (QLineEdit *field : {m_nameField, m_serialField}) {
         field->setReadOnly(viewMode);
+        field->setFocusPolicy(viewMode ? Qt::ClickFocus : Qt::StrongFocus);
         field->setStyleSheet(viewMode ? viewStyle : editStyle);
     }
 }

@@ -32,6 +32,7 @@ ErrorDialog::ErrorDialog(const QString &text, QWidget *parent)
 QLayout *ErrorDialog::closeRow()
 {
     auto *button = new QPushButton;
+    button->setAccessibleName(QStringLiteral("关闭"));
     button->setFixedSize(16, 16);
     button->setStyleSheet(QStringLiteral("QPushButton{background-color:rgba(255, 255, 255,0);"
                                          "border-image:url(:/image/resource/dlgexit.png);border:none;}"));
@@ -62,6 +63,7 @@ QLayout *ErrorDialog::messageRow(const QString &text)
 QLayout *ErrorDialog::buttonRow()
 {
     auto *button = new QPushButton(QStringLiteral("确定"));
+    button->setDefault(true);
     button->setFixedSize(65, 30);
     button->setStyleSheet(QStringLiteral("QPushButton{color:#ffffff;background-color:#0A1728;border-style:solid;"
                                          "font-size:14px;border-radius:5px;border-width:1px;}"));

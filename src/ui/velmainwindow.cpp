@@ -38,6 +38,19 @@ bool isCloudPrinter(const QString &driverName, const QString &portName)
            portName.contains(CloudPrinter::portNameTemplate.left(CloudPrinter::portNamePrefixLength));
 }
 
+/// Moves the letters of a label closer together if its text is a little wider than the label.
+void tightenToFit(QLabel *label)
+{
+    label->ensurePolished();
+    const QString text = label->text();
+    const int excess = label->fontMetrics().horizontalAdvance(text) - label->contentsRect().width();
+    if (excess <= 0)
+        return;
+    QFont font = label->font();
+    font.setLetterSpacing(QFont::AbsoluteSpacing, -double(excess + 1) / text.size());
+    label->setFont(font);
+}
+
 } // namespace
 
 VelMainWindow::VelMainWindow(QWidget *parent)
@@ -60,6 +73,7 @@ VelMainWindow::~VelMainWindow() = default;
 void VelMainWindow::connectForm()
 {
     on_pushButton_manage_clicked();
+    tightenToFit(m_ui->label_ver);
     connect(m_ui->lineEdit_name, &QLineEdit::returnPressed, m_ui->pushButton_ok, &QPushButton::click);
     connect(m_ui->lineEdit_num, &QLineEdit::returnPressed, m_ui->pushButton_ok, &QPushButton::click);
 }
@@ -70,6 +84,8 @@ void VelMainWindow::buildCardList()
     m_cardContainer->setObjectName(QStringLiteral("cards"));
     m_cardContainer->setStyleSheet(QStringLiteral("background-color:transparent;border:none"));
     m_cardLayout = new QVBoxLayout(m_cardContainer);
+    m_cardLayout->setContentsMargins(0, 0, 0, 0);
+    m_cardLayout->setSpacing(4); // the cards' shadows keep them apart
     m_ui->scrollArea->setWidget(m_cardContainer);
     m_ui->scrollArea->setWidgetResizable(true);
 }

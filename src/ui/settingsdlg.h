@@ -1,0 +1,48 @@
+#pragma once
+
+#include "store/driverinfo.h"
+
+#include <QDialog>
+#include <QTimer>
+
+class QTableWidget;
+class QTableWidgetItem;
+
+/// The print details of one printer: today's finished jobs as the journal has them, and below them the jobs that wait
+/// or print in its queue, brought up to date once a second. Run modally over the main window. Main thread.
+class SettingsDlg : public QDialog
+{
+    Q_OBJECT
+
+public:
+    /// Stands at a fixed distance from the upper left corner of its parent, which is a window.
+    explicit SettingsDlg(const DriverInfo &printer, QWidget *parent = nullptr);
+
+public slots:
+    void onXClicked();
+
+    /// Takes over at most one new record of the journal, so that a burst appears one a second, and the queue's jobs.
+    void on_Timeout();
+
+    /// Shows the whole text of a cell that is too narrow for it.
+    void slotItemEnter(QTableWidgetItem *item);
+
+private:
+    QWidget *buildFrame();
+    void buildTitleBar(QWidget *frame);
+    void buildTable(QWidget *frame);
+    void styleHeaders();
+    void showJournal();
+    void startRefresh();
+
+    void takeNextRecord();
+    void showPendingJobs();
+    void fillRow(int row, const QStringList &fields);
+
+    QString m_cloudSn;
+    QString m_printerName;
+    QTableWidget *m_table = nullptr;
+    QTimer m_refreshTimer;
+    int m_journalRows = 0;
+    quint32 m_journalSize = 0; // bytes, when the last record was shown
+};
