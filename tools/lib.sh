@@ -38,6 +38,7 @@ windows_trial_packages=(
 # shellcheck disable=SC2034
 picture_packages=(
     openbox trayer        # a window manager and a host for tray icons
+    xclip                 # Chinese cannot be typed by xdotool
     optipng               # the user guide's pictures
 )
 # shellcheck disable=SC2034

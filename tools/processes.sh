@@ -45,12 +45,16 @@ wait_for() {
 end_processes() {
     local i
     for ((i = ${#pids[@]} - 1; i >= 0; i--)); do
-        kill "${pids[i]}" 2>/dev/null || continue
-        wait_for 5 process_ended "${pids[i]}" || kill -KILL "${pids[i]}" 2>/dev/null || true
-        wait "${pids[i]}" 2>/dev/null || true
+        end_process "${pids[i]}"
     done
     names=()
     pids=()
+}
+
+end_process() {
+    kill "$1" 2>/dev/null || return 0
+    wait_for 5 process_ended "$1" || kill -KILL "$1" 2>/dev/null || true
+    wait "$1" 2>/dev/null || true
 }
 
 process_ended() {

@@ -78,3 +78,8 @@ windows() {
 main_window() {
     windows '^ORVO' | head -n 1
 }
+
+# "WIDTHxHEIGHT" of a window.
+size_of() {
+    xdotool getwindowgeometry "$1" 2>/dev/null | sed -n 's/.*Geometry: //p'
+}

@@ -13,7 +13,7 @@ constexpr int actionWidth = 72; // of the longest caption
 constexpr int spinnerSize = 39;
 
 const auto buttonStyle = QStringLiteral("QPushButton{border-radius:22px;}"
-                                        "QPushButton:focus{border:2px solid rgb(10, 23, 40);}");
+                                        "QPushButton:focus{border:2px solid rgb(10, 23, 40);outline:none;}");
 const auto busyStyle = QStringLiteral("QPushButton{border-radius:22px;background-color:rgb(0, 138, 255);}");
 
 } // namespace

@@ -36,7 +36,7 @@ constexpr int onlineDeviceInterval = 300000; // ms
 
 const auto panelStyle = QStringLiteral("QLabel,QLineEdit{font-size:14px;}"
                                        "QLineEdit{border:1px solid transparent;border-radius:3px;padding:0 4px;}"
-                                       "QPushButton:focus{border:1px solid rgb(10, 23, 40);}");
+                                       "QPushButton:focus{border:1px solid rgb(10, 23, 40);outline:none;}");
 
 QLineEdit *readOnlyField(const QString &name)
 {
