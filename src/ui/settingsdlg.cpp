@@ -4,6 +4,7 @@
 #include "store/journal.h"
 
 #include <QCursor>
+#include <QFrame>
 #include <QHeaderView>
 #include <QLabel>
 #include <QPushButton>
@@ -88,12 +89,11 @@ QWidget *SettingsDlg::buildFrame()
 
 void SettingsDlg::buildTitleBar(QWidget *frame)
 {
-    auto *bar = new QWidget(frame);
+    auto *bar = new QFrame(frame); // no QWidget proper, which the rule of the frame would round on all sides
     bar->setObjectName(QStringLiteral("titleBar"));
     bar->setStyleSheet(QStringLiteral("background-color: rgb(13,85, 104);"));
     // The frame's round corners, which the bar would cover.
-    setStyleSheet(QStringLiteral("#titleBar{border-top-left-radius:7px;border-top-right-radius:7px;"
-                                 "border-bottom-left-radius:0;border-bottom-right-radius:0;}"));
+    setStyleSheet(QStringLiteral("#titleBar{border-top-left-radius:7px;border-top-right-radius:7px;}"));
     bar->setGeometry(0, 0, width() - 2 * edge, titleHeight);
 
     auto *title = new QLabel(QStringLiteral("打印详情"), bar);

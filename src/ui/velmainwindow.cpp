@@ -51,6 +51,12 @@ void tightenToFit(QLabel *label)
     label->setFont(font);
 }
 
+/// The form's own way of loading a picture takes the coarse one on a fine display, too.
+void showPicture(QLabel *label, const QString &path)
+{
+    label->setPixmap(QIcon(path).pixmap(label->size()));
+}
+
 } // namespace
 
 VelMainWindow::VelMainWindow(QWidget *parent)
@@ -73,6 +79,8 @@ VelMainWindow::~VelMainWindow() = default;
 void VelMainWindow::connectForm()
 {
     on_pushButton_manage_clicked();
+    showPicture(m_ui->label_2, QStringLiteral(":/image/resource/logo.png"));
+    showPicture(m_ui->label_3, QStringLiteral(":/image/resource/guid.png"));
     tightenToFit(m_ui->label_ver);
     connect(m_ui->lineEdit_name, &QLineEdit::returnPressed, m_ui->pushButton_ok, &QPushButton::click);
     connect(m_ui->lineEdit_num, &QLineEdit::returnPressed, m_ui->pushButton_ok, &QPushButton::click);
@@ -286,6 +294,7 @@ void VelMainWindow::on_pushButton_manage_clicked()
     m_ui->pushButton_manage->setStyleSheet(selectedStyle);
     m_ui->pushButton_add->setStyleSheet(otherStyle);
     m_ui->stackedWidget->setCurrentWidget(m_ui->devlist);
+    m_ui->scrollArea->setFocus();
 }
 
 void VelMainWindow::on_pushButton_add_clicked()
@@ -293,6 +302,7 @@ void VelMainWindow::on_pushButton_add_clicked()
     m_ui->pushButton_add->setStyleSheet(selectedStyle);
     m_ui->pushButton_manage->setStyleSheet(otherStyle);
     m_ui->stackedWidget->setCurrentWidget(m_ui->addprinter);
+    m_ui->lineEdit_name->setFocus();
 }
 
 void VelMainWindow::on_pushButton_4_clicked()
