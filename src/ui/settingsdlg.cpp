@@ -227,5 +227,6 @@ void SettingsDlg::slotItemEnter(QTableWidgetItem *item)
     if (metrics.horizontalAdvance(text) <= m_table->columnWidth(item->column()))
         return;
     // A document may be called "<b>".
-    QToolTip::showText(QCursor::pos(), Qt::mightBeRichText(text) ? Qt::convertFromPlainText(text) : text);
+    QToolTip::showText(QCursor::pos(),
+                       Qt::mightBeRichText(text) ? text.toHtmlEscaped().prepend(QStringLiteral("<p>")) : text);
 }

@@ -1,0 +1,195 @@
+// The print details: the journal's records, the queue's jobs, the tool tips, and the dialog over the window.
+
+#include "roadfixture.h"
+
+#include "store/journal.h"
+#include "ui/driveritem.h"
+#include "ui/settingsdlg.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QPushButton>
+#include <QTableWidget>
+#include <QTest>
+#include <QToolTip>
+
+#include "win32/control.h"
+
+namespace {
+
+const std::string queue = "前台";
+const Win32Emulator::SubmissionTime lateEvening{2026, 11, 21, 23, 30, 5};
+
+DriverInfo printer()
+{
+    DriverInfo info;
+    info.printerName = QString::fromStdString(queue);
+    info.cloudSn = Road::serial();
+    return info;
+}
+
+/// The dialog's rows, the cells divided by "|".
+QStringList rows(const SettingsDlg &dialog)
+{
+    const auto *table = dialog.findChild<QTableWidget *>();
+    QStringList rows;
+    for (int row = 0; row < table->rowCount(); ++row) {
+        QStringList cells;
+        for (int column = 0; column < table->columnCount(); ++column)
+            cells << table->item(row, column)->text();
+        rows << cells.join('|');
+    }
+    return rows;
+}
+
+unsigned addJob(const std::string &document)
+{
+    return Win32Emulator::addJob(queue, document, "x", lateEvening);
+}
+
+} // namespace
+
+class DetailsTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup() { QVERIFY(QDir("details").removeRecursively()); }
+
+    void showsTheJournal();
+    void takesOneRecordATick();
+    void showsTheQueueBelow();
+    void tellsTheWholeOfANarrowText_data();
+    void tellsTheWholeOfANarrowText();
+    void opensOverTheWindow();
+    void outlivesItsCard();
+};
+
+void DetailsTest::init()
+{
+    QVERIFY(QDir().mkpath("details"));
+    Win32Emulator::reset();
+    Win32Emulator::addDriver();
+    Win32Emulator::addPort("OXCloud001", "127.0.0.1", 8101);
+    Win32Emulator::addPrinter(queue, "OXCloud001");
+}
+
+void DetailsTest::showsTheJournal()
+{
+    QCOMPARE(rows(SettingsDlg(printer())), QStringList());
+    Journal::appendDetail(Road::serial(), "报告.docx;09:02:03;打印成功;12;09:02:09");
+    Journal::appendDetail(Road::serial(), ";打印失败:网络访问异常;5;10:00:00"); // of a job without a label
+    Journal::appendDetail("FEDCBA9876543210", "another printer's;1;2;3;4");
+    const SettingsDlg dialog(printer());
+    QCOMPARE(rows(dialog),
+             QStringList({"1|报告.docx|打印成功|12|09:02:03|09:02:09", "2||5|10:00:00|打印失败:网络访问异常|"}));
+
+    const auto *table = dialog.findChild<QTableWidget *>();
+    QStringList headers;
+    QList<int> widths;
+    for (int column = 0; column < table->columnCount(); ++column) {
+        headers << table->horizontalHeaderItem(column)->text();
+        widths << table->columnWidth(column);
+    }
+    QCOMPARE(headers.join(' '), QString("序号 文档名称 任务状态 数据大小 提交时间 处理时间"));
+    QCOMPARE(widths.mid(0, 5), QList<int>({50, 120, 160, 80, 100}));
+}
+
+void DetailsTest::takesOneRecordATick()
+{
+    SettingsDlg dialog(printer());
+    for (const char *record : {"a;1;2;3;4", "b;1;2;3;4", "c;1;2;3;4"})
+        Journal::appendDetail(Road::serial(), record);
+    addJob("waits");
+    for (int shown = 1; shown <= 3; ++shown) {
+        dialog.on_Timeout();
+        QCOMPARE(rows(dialog).size(), shown + 1); // and the job below
+    }
+    QCOMPARE(rows(dialog).mid(2), QStringList({"3|c|2|3|1|4", "4|waits|打印排队中|----|31:30:05|--:--:--"}));
+    dialog.on_Timeout();
+    QCOMPARE(rows(dialog).size(), 4);
+}
+
+/// By the dialog's own timer.
+void DetailsTest::showsTheQueueBelow()
+{
+    Journal::appendDetail(Road::serial(), "done;1;2;3;4");
+    const SettingsDlg dialog(printer());
+    const unsigned first = addJob("first");
+    addJob("second");
+    Win32Emulator::setJobStatus(first, 0x10 | 0x80); // printing, among others
+    const QString done = "1|done|2|3|1|4";
+    QTRY_COMPARE(rows(dialog), QStringList({done, "2|first|正在处理|----|31:30:05|--:--:--",
+                                            "3|second|打印排队中|----|31:30:05|--:--:--"}));
+    Win32Emulator::removeJob(first);
+    QTRY_COMPARE(rows(dialog), QStringList({done, "2|second|打印排队中|----|31:30:05|--:--:--"}));
+    Win32Emulator::removePrinter(queue);
+    QTRY_COMPARE(rows(dialog), QStringList(done));
+}
+
+void DetailsTest::tellsTheWholeOfANarrowText_data()
+{
+    QTest::addColumn<QString>("document");
+    QTest::addColumn<QString>("toolTip");
+    const QString longName = "a document's name that is far too long for its column";
+    QTest::newRow("short") << "报告"
+                           << "";
+    QTest::newRow("long") << longName << longName;
+    QTest::newRow("like markup") << "<b>" + longName << "<p>&lt;b&gt;" + longName;
+}
+
+void DetailsTest::tellsTheWholeOfANarrowText()
+{
+    QFETCH(QString, document);
+    QFETCH(QString, toolTip);
+    Journal::appendDetail(Road::serial(), document + ";1;2;3;4");
+    SettingsDlg dialog(printer());
+    QToolTip::showText(QPoint(), "an older one");
+    dialog.slotItemEnter(dialog.findChild<QTableWidget *>()->item(0, 1));
+    QTRY_COMPARE(QToolTip::isVisible() ? QToolTip::text() : QString(), toolTip);
+    dialog.slotItemEnter(nullptr);
+    QTRY_VERIFY(!QToolTip::isVisible());
+}
+
+/// Runs the action while the dialog that the button opens is there.
+template <typename Action>
+void whileDetailsAreOpen(const Road &road, Action action)
+{
+    QTimer::singleShot(0, qApp, [action] {
+        auto *dialog = qobject_cast<SettingsDlg *>(QApplication::activeModalWidget());
+        QVERIFY(dialog);
+        action(dialog);
+    });
+    road.find<QPushButton>("detailButton")->click();
+}
+
+void DetailsTest::opensOverTheWindow()
+{
+    Road road("http://127.0.0.1:9");
+    road.window().move(30, 40);
+    bool closed = false;
+    whileDetailsAreOpen(road, [&](SettingsDlg *dialog) {
+        QCOMPARE(dialog->geometry(), QRect(30 + 120, 40 + 50, 710, 500));
+        QTest::keyClick(dialog, Qt::Key_Escape);
+        closed = !dialog->isVisible();
+        dialog->close();
+    });
+    QVERIFY(closed);
+    whileDetailsAreOpen(road, [](SettingsDlg *dialog) { dialog->findChild<QPushButton *>("closeButton")->click(); });
+    QVERIFY(!QApplication::activeModalWidget());
+}
+
+void DetailsTest::outlivesItsCard()
+{
+    Road road("http://127.0.0.1:9");
+    whileDetailsAreOpen(road, [&](SettingsDlg *dialog) {
+        delete road.card();
+        dialog->on_Timeout();
+        dialog->close();
+    });
+    QVERIFY(!road.card());
+}
+
+QTEST_MAIN(DetailsTest)
+#include "tst_details.moc"
