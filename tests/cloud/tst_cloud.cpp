@@ -95,11 +95,13 @@ private slots:
     {
         QTcpServer server;
         server.listen(QHostAddress::LocalHost);
-        int connections = 0;
+        int posts = 0;
         connect(&server, &QTcpServer::newConnection, [&] {
-            ++connections;
             QTcpSocket *socket = server.nextPendingConnection();
-            connect(socket, &QTcpSocket::readyRead, socket, &QTcpSocket::abort);
+            connect(socket, &QTcpSocket::readyRead, [&posts, socket] {
+                ++posts;
+                socket->abort();
+            });
         });
         submit(QStringLiteral("http://127.0.0.1:%1").arg(server.serverPort()), largeJob());
         waitForTheEnd();
@@ -107,7 +109,9 @@ private slots:
         QCOMPARE(m_errors.size(), 1);
         QVERIFY(m_errors.first() != QNetworkReply::NoError);
         QCOMPARE(m_answers.first(), withJob({}, largeJob()));
-        QCOMPARE(connections, 1);
+        // It may open a connection for a second time, but then has nothing to send.
+        QTest::qWait(100);
+        QCOMPARE(posts, 1);
     }
 
     void abortDuringTheUpload()
