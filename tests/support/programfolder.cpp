@@ -42,6 +42,7 @@ ProgramFolder::ProgramFolder()
     QDir(path()).mkdir("logs");
     QDir(path()).mkdir("details");
     m_environment.insert("WIN32_EMULATOR_HOME", path("win32"));
+    m_environment.insert("TMPDIR", m_sockets.path());
 }
 
 ProgramFolder::~ProgramFolder()

@@ -35,6 +35,7 @@ public:
 
 private:
     QTemporaryDir m_folder;
+    QTemporaryDir m_sockets; // of the guards of programs that are killed; a short path, for sockets need one
     QProcessEnvironment m_environment;
     std::vector<std::unique_ptr<QProcess>> m_processes;
 };
