@@ -9,7 +9,8 @@
 !define EXIT_STILL_RUNNING 3
 !define EXIT_NO_ADMINISTRATOR 4
 
-Name "${PRODUCT}"
+Name "$(TEXT_PRODUCT)"
+BrandingText "${PRODUCT} ${VERSION}"
 OutFile "${SETUP}"
 RequestExecutionLevel admin
 InstallDir "$PROGRAMFILES64\OrvoCloudManager"
@@ -31,6 +32,7 @@ VIAddVersionKey "LegalCopyright" "Orvo"
 
 !define MUI_ICON "${ICON}"
 !define MUI_UNICON "${ICON}"
+!define MUI_WELCOMEFINISHPAGE_BITMAP "${NSISDIR}\Contrib\Graphics\Wizard\nsis3-grey.bmp"
 !define MUI_ABORTWARNING
 ; The installer's own rights are the program's.
 !define MUI_FINISHPAGE_RUN

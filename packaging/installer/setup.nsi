@@ -1,4 +1,4 @@
-; The installer. CMake hands over VERSION, SETUP (the file to make), ICON, SHIPPED (the list of files) and CLOSE_PROGRAM.
+; The installer. CMake hands over VERSION, SETUP (the file to make), ICON, SHIPPED (the list of files), CLOSE_PROGRAM.
 ;
 ; setup.exe [/S] [/NOLOGON] [/D=FOLDER]
 ;   /S        silent

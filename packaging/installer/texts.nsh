@@ -1,5 +1,7 @@
 ; What the installer says beyond the texts of its pages.
 
+LangString TEXT_PRODUCT ${LANG_SIMPCHINESE} "Orvo云驱动管家"
+LangString TEXT_PRODUCT ${LANG_ENGLISH} "${PRODUCT}"
 LangString TEXT_PROGRAM ${LANG_SIMPCHINESE} "程序文件（必需）"
 LangString TEXT_PROGRAM ${LANG_ENGLISH} "Program files (required)"
 LangString TEXT_PROGRAM_HINT ${LANG_SIMPCHINESE} "程序及其运行所需的全部文件。"

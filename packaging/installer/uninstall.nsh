@@ -1,4 +1,4 @@
-; Uninstallation. uninstall.exe [/S] [/UPGRADE]; the latter, for the installer's use, leaves all but the program's files.
+; Uninstallation. uninstall.exe [/S] [/UPGRADE]; with the latter, for the installer, all but the program's files stays.
 
 Function un.onInit
   SetShellVarContext all

@@ -4,8 +4,8 @@
 prefix=${state:?}/prefix
 prefix_time_limit=300 # s
 
-# No downloads and no dialogues for .NET and HTML, nothing in the user's menus, and a crash ends the program at once. The
-# printer set-up is the trial's own.
+# No downloads and no dialogues for .NET and HTML, nothing in the user's menus, and a crash ends the program at once.
+# The printer set-up is the trial's own.
 export WINEPREFIX=$prefix WINEARCH=win64 WINEDEBUG=-all
 export WINEDLLOVERRIDES='mscoree,mshtml=;winemenubuilder.exe,winedbg.exe=d;printui=n'
 
