@@ -20,7 +20,7 @@ declare -A places=(
     [field-name]='620 215'
     [field-serial]='620 275'
     [confirm]='575 416'
-    [delete]='850 123'
+    [delete]='846 109'
 )
 
 # click PLACE
