@@ -17,6 +17,11 @@ build_packages=(
     libsqlite3-dev libcpp-httplib-dev                  # the emulators of Windows and of the cloud
 )
 # shellcheck disable=SC2034
+test_packages=(
+    fonts-noto-cjk               # for the tests that look at what is drawn
+    xvfb openbox trayer xdotool  # a display with a window manager and a tray, and a hand
+)
+# shellcheck disable=SC2034
 run_packages=(
     fonts-noto-cjk        # the interface is Chinese
     xvfb xdotool picom    # a display, a hand and a compositor where there is none
