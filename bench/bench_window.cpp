@@ -5,10 +5,9 @@
 //   - time to open the details, and of one refresh while they are open.
 // The cloud is a process of its own, so that only the program's own work is counted.
 
-#include "resources/resources.h"
 #include "store/journal.h"
 #include "support/freeport.h"
-#include "ui/fonts.h"
+#include "ui/appearance.h"
 #include "ui/settingsdlg.h"
 #include "ui/velmainwindow.h"
 
@@ -148,8 +147,7 @@ int main(int argc, char *argv[])
 {
     QApplication application(argc, argv);
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
-    registerResources();
-    chooseFonts();
+    prepareAppearance();
     QDir details(QCoreApplication::applicationDirPath() + QStringLiteral("/details"));
     details.removeRecursively();
     details.mkpath(QStringLiteral("."));
