@@ -18,11 +18,11 @@ bool setText(HKEY key, const wchar_t *name, const std::wstring &text)
 /// What the platform notes about a driver that came from a package. AddPrinterDriver alone does not.
 bool describeDriver()
 {
-    const std::wstring path =
-        L"SYSTEM\\CurrentControlSet\\Control\\Print\\Environments\\Windows x64\\Drivers\\Version-3\\" +
-        CloudPrinter::driverName.toStdWString();
+    const auto path =
+        QStringLiteral("SYSTEM\\CurrentControlSet\\Control\\Print\\Environments\\%1\\Drivers\\Version-3\\%2")
+            .arg(EnvX64, CloudPrinter::driverName);
     HKEY key = nullptr;
-    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, path.c_str(), 0, KEY_SET_VALUE, &key) != ERROR_SUCCESS)
+    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, WideText(path).data(), 0, KEY_SET_VALUE, &key) != ERROR_SUCCESS)
         return false;
     const bool described =
         setText(key, L"DriverVersion", L"1.4.0.2") && setText(key, L"InfPath", L"C:\\windows\\inf\\oem0.inf");
@@ -35,7 +35,7 @@ bool describeDriver()
 bool Provisioning::addMonitor()
 {
     WideText name(QStringLiteral("Standard TCP/IP Port"));
-    WideText environment(QStringLiteral("Windows x64"));
+    WideText environment(EnvX64);
     WideText library(QStringLiteral("tcpmonitor.dll"));
     MONITOR_INFO_2W monitor = {name.data(), environment.data(), library.data()};
     return AddMonitorW(nullptr, 2, reinterpret_cast<LPBYTE>(&monitor));
@@ -44,7 +44,7 @@ bool Provisioning::addMonitor()
 bool Provisioning::addDriver()
 {
     WideText name(CloudPrinter::driverName);
-    WideText environment(QStringLiteral("Windows x64"));
+    WideText environment(EnvX64);
     WideText library(QStringLiteral("orvo.dll"));
     DRIVER_INFO_3W driver = {};
     driver.cVersion = 3;
