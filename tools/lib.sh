@@ -27,9 +27,6 @@ run_packages=(
     xvfb xdotool picom    # a display, a hand and a compositor where there is none
     imagemagick           # the screenshot
 )
-# The fonts are for the tests that look at what is drawn, the display and the hand for those that use the real window.
-# shellcheck disable=SC2034
-test_packages=(fonts-noto-cjk xvfb xdotool)
 # shellcheck disable=SC2034
 windows_packages=(
     g++-mingw-w64-x86-64-posix nsis # the compiler, the installer

@@ -56,6 +56,7 @@ open_display() {
 }
 
 # start_cloud [options...]
+# shellcheck disable=SC2120
 start_cloud() {
     start cloudservice cloudservice --port "$cloud_port" --store "$state/cloud" "$@"
     wait_for "$start_time_limit" listens "$cloud_port" || fail "the cloud emulator did not start"
@@ -63,9 +64,9 @@ start_cloud() {
 
 # start_program CONDITION...: what tells that it is up.
 start_program() {
-    cd "$bin" # its store lies in the working directory
+    pushd "$bin" >/dev/null || return # its store lies in the working directory
     start program OrvoCloudManager
-    cd "$root"
+    popd >/dev/null || return
     program=$(pid_of program)
     wait_for "$start_time_limit" "$@" || fail "the program did not come up"
 }
