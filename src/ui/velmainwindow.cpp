@@ -191,8 +191,22 @@ void VelMainWindow::AddValidDriver(const DriverInfo &info, quint16 portNumber)
     served.portNum = portNumber;
     auto *card = new DriverItem(served, m_cardContainer);
     m_cardLayout->insertWidget(0, card);
+    tabFirstTo(card);
     // Unlike those found at start-up this server belongs to its card and goes with it. Intended.
     startServer(served, card, card);
+}
+
+/// The Tab key follows the cards' places, not the order in which they were made.
+void VelMainWindow::tabFirstTo(const DriverItem *card)
+{
+    QWidget *previous = m_ui->scrollArea;
+    const auto parts = card->findChildren<QWidget *>();
+    for (QWidget *part : parts) {
+        if (part->focusPolicy() == Qt::NoFocus)
+            continue;
+        setTabOrder(previous, part);
+        previous = part;
+    }
 }
 
 void VelMainWindow::startServer(const DriverInfo &info, DriverItem *card, QObject *serverParent)

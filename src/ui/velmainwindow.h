@@ -71,6 +71,7 @@ private:
     void serveExistingPrinter(DriverInfo info);
     /// Serves a printer that has just been added, as the first of the list.
     void AddValidDriver(const DriverInfo &info, quint16 portNumber);
+    void tabFirstTo(const DriverItem *card);
     void startServer(const DriverInfo &info, DriverItem *card, QObject *serverParent);
     void startAdding(const DriverInfo &info);
     void dragTo(const QMouseEvent *event);

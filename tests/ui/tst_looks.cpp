@@ -2,6 +2,7 @@
 
 #include "roadfixture.h"
 
+#include "support/freeport.h"
 #include "ui/appearance.h"
 #include "ui/actionbutton.h"
 #include "ui/driveritem.h"
@@ -12,9 +13,12 @@
 #include <QApplication>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPointer>
 #include <QPushButton>
 #include <QScrollArea>
 #include <QTest>
+
+#include "win32/control.h"
 
 namespace {
 
@@ -53,6 +57,7 @@ private slots:
     void buttonsAreNamed();
     void tabLeadsThroughTheAddPage();
     void tabLeadsThroughACard();
+    void tabLeadsToANewCardFirst();
     void enterConfirms();
     void busyButtonShowsOnlyItsSpinner();
 };
@@ -144,6 +149,25 @@ void LooksTest::tabLeadsThroughACard()
     road.find<QPushButton>("modifyButton")->click();
     road.find<QScrollArea>("scrollArea")->setFocus();
     QCOMPARE(tabbedThrough(road.window(), 7), QStringList({"printerName", "cloudSerial"}) + buttons);
+}
+
+void LooksTest::tabLeadsToANewCardFirst()
+{
+    Road road(nowhere);
+    DriverInfo added;
+    added.printerName = "新";
+    added.portNum = freePort();
+    Win32Emulator::addPort("OXCloud009", "127.0.0.1", added.portNum);
+    Win32Emulator::addPrinter("新", "OXCloud009");
+    const QPointer<DriverItem> older = road.card();
+    road.window().on_addPrinterResult(true, "", added);
+    road.window().activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&road.window()));
+    road.find<QScrollArea>("scrollArea")->setFocus();
+    QCOMPARE(tabbedThrough(road.window(), 5).last(), QString("deleteButton"));
+    QVERIFY(!older->isAncestorOf(QApplication::focusWidget()));
+    QCOMPARE(tabbedThrough(road.window(), 1).last(), QString("refreshButton"));
+    QVERIFY(older->isAncestorOf(QApplication::focusWidget()));
 }
 
 void LooksTest::enterConfirms()
