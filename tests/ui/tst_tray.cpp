@@ -50,7 +50,7 @@ void TrayTest::initTestCase()
         QVERIFY2(!QStandardPaths::findExecutable(tool).isEmpty(), tool);
     qputenv("QT_QPA_PLATFORM", "xcb");
     qputenv("ASAN_OPTIONS", "detect_leaks=0"); // what the framework's X11 plugin loads is not freed
-    qunsetenv("DBUS_SESSION_BUS_ADDRESS"); // another desktop's tray may be reached through it
+    qunsetenv("DBUS_SESSION_BUS_ADDRESS");     // another desktop's tray may be reached through it
 }
 
 void TrayTest::cleanup()
