@@ -41,6 +41,14 @@ wait_for() {
     done
 }
 
+# start_display WIDTH HEIGHT: one in memory.
+start_display() {
+    start xvfb Xvfb -displayfd 3 -screen 0 "${1}x${2}x24" -dpi 96 -nolisten tcp 3>"$state/display"
+    wait_for 20 test -s "$state/display" || fail "Xvfb did not start"
+    DISPLAY=:$(<"$state/display")
+    export DISPLAY
+}
+
 # The first started is the last to end: what others rely on comes first.
 end_processes() {
     local i

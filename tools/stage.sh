@@ -47,10 +47,7 @@ prepare_state() {
 
 # open_display WIDTH HEIGHT: one in memory, with a compositor for the translucent dialogs.
 open_display() {
-    start xvfb Xvfb -displayfd 3 -screen 0 "${1}x${2}x24" -dpi 96 -nolisten tcp 3>"$state/display"
-    wait_for "$start_time_limit" test -s "$state/display" || fail "Xvfb did not start"
-    DISPLAY=:$(<"$state/display")
-    export DISPLAY
+    start_display "$1" "$2"
     export QT_QPA_PLATFORM=xcb
     start picom picom --backend xrender --config /dev/null
 }

@@ -1,16 +1,10 @@
-# A display in memory, and the program's window on it. Sourced after processes.sh.
+# The program's window, and a hand on it. Sourced after processes.sh.
 # shellcheck shell=bash
 
-open_window_display() {
-    start xvfb Xvfb -displayfd 3 -screen 0 1280x800x24 -dpi 96 -nolisten tcp 3>"${state:?}/display"
-    wait_for 20 test -s "$state/display" || fail "Xvfb did not start"
-    DISPLAY=:$(<"$state/display")
-    export DISPLAY
-}
-
-# The main window is told by its title.
-main_window() {
-    xdotool search --onlyvisible --name '^ORVO' 2>/dev/null | head -n 1
+# Finds the main window, by its title, as `main_window`. Found once: while it is being raised it is not visible.
+find_main_window() {
+    main_window=$(xdotool search --onlyvisible --name '^ORVO' 2>/dev/null | head -n 1)
+    [[ -n $main_window ]]
 }
 
 # The places of the form, which has one size, and of the first card on it. Read off a screenshot of it.
@@ -27,7 +21,7 @@ declare -A places=(
 click() {
     local x y
     read -r x y <<<"${places[$1]}"
-    click_window "$(main_window)" "$x" "$y"
+    click_window "$main_window" "$x" "$y"
 }
 
 # turn_to PAGE: by its button at the left, which is bright when it is selected. A click that comes while the window is
@@ -40,8 +34,8 @@ is_turned_to() {
     click "$1"
     local x y blue
     read -r x y <<<"${places[$1]}"
-    blue=$(import -window "$(main_window)" -format "%[fx:round(255*p{$((x - 70)),$y}.b)]" info:)
-    ((blue > 128))
+    blue=$(import -window "$main_window" -format "%[fx:round(255*p{$((x - 70)),$y}.b)]" info:)
+    ((${blue:-0} > 128))
 }
 
 # type_into PLACE TEXT
@@ -52,7 +46,7 @@ type_into() {
 
 # click_window WINDOW X Y: there is no window manager that would hand it the keyboard.
 click_window() {
-    xdotool windowfocus --sync "$1" mousemove --window "$1" "$2" "$3" click 1
+    xdotool windowfocus "$1" mousemove --window "$1" "$2" "$3" click 1
 }
 
 # The message dialog, told by its size.
@@ -74,6 +68,6 @@ answer_message() {
 }
 
 save_screenshot() {
-    import -window "$(main_window)" "$state/screenshot.png"
+    import -window "$main_window" "${state:?}/screenshot.png"
     say "Screenshot: ${state#"${root:?}/"}/screenshot.png"
 }
