@@ -1,6 +1,6 @@
 #include "roadfixture.h"
 
-#include "cloud/cloudservice.h"
+#include "base/runningthreads.h"
 #include "store/journal.h"
 #include "support/freeport.h"
 #include "ui/appearance.h"
@@ -155,4 +155,16 @@ bool Road::takesTheNextJob(const QString &goodCloudAddress)
     setCloudBaseAddress(goodCloudAddress);
     print("next");
     return records(before + 1).mid(before) == QStringList("next;09:02:03;打印成功;5");
+}
+
+void RoadTestCase::init()
+{
+    m_good = std::make_unique<CloudService>();
+    QVERIFY(m_good->listen());
+}
+
+void RoadTestCase::cleanup()
+{
+    QVERIFY(RunningThreads::endAll(20000));
+    QCOMPARE(Win32Emulator::openHandles(), 0);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cloud/cloudservice.h"
 #include "cloud/protocol.h"
 #include "support/logrecorder.h"
 #include "support/rawhttppeer.h"
@@ -99,6 +100,19 @@ private:
     QTimer m_user;
     QStringList m_messages;
     std::function<void()> m_action;
+};
+
+/// What the tests of the road share: a cloud that behaves, and the proof that nothing is left running or open.
+class RoadTestCase : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+protected:
+    std::unique_ptr<CloudService> m_good;
 };
 
 /// Where the window under test looks for the cloud. Defined by roadfixture.cpp in place of the built-in address.

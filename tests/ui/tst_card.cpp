@@ -3,7 +3,6 @@
 #include "roadfixture.h"
 
 #include "base/runningthreads.h"
-#include "cloud/cloudservice.h"
 #include "ui/driveritem.h"
 
 #include <QElapsedTimer>
@@ -15,22 +14,11 @@
 
 using namespace Script;
 
-class CardTest : public QObject
+class CardTest : public RoadTestCase
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        m_good = std::make_unique<CloudService>();
-        QVERIFY(m_good->listen());
-    }
-    void cleanup()
-    {
-        QVERIFY(RunningThreads::endAll(20000));
-        QCOMPARE(Win32Emulator::openHandles(), 0);
-    }
-
     void showsTheDeviceState_data();
     void showsTheDeviceState();
     void printsTheTestPage();
@@ -38,9 +26,6 @@ private slots:
     void cardGoesWhileItsJobIsOnTheRoad();
     void cardGoesUnderItsOwnMessage();
     void programEndsWhileJobsRun();
-
-private:
-    std::unique_ptr<CloudService> m_good;
 };
 
 void CardTest::showsTheDeviceState_data()

@@ -3,7 +3,6 @@
 #include "roadfixture.h"
 
 #include "base/runningthreads.h"
-#include "cloud/cloudservice.h"
 #include "store/printerstore.h"
 #include "ui/driveritem.h"
 #include "ui/waittingdlg.h"
@@ -82,23 +81,12 @@ QStringList queues()
 
 } // namespace
 
-class PrintersTest : public QObject
+class PrintersTest : public RoadTestCase
 {
     Q_OBJECT
 
 private slots:
     void initTestCase() { qRegisterMetaType<DriverInfo>("DriverInfo"); }
-    void init()
-    {
-        m_cloud = std::make_unique<CloudService>();
-        QVERIFY(m_cloud->listen());
-    }
-    void cleanup()
-    {
-        QVERIFY(RunningThreads::endAll(20000));
-        QCOMPARE(Win32Emulator::openHandles(), 0);
-    }
-
     void servesWhatTheSpoolerHolds();
     void livesThroughAPrintersLife();
     void showsThatItIsAtWork();
@@ -110,9 +98,6 @@ private slots:
     void leavesAloneWhatWasNotChanged_data();
     void leavesAloneWhatWasNotChanged();
     void keepsTheCardWhenRemovingFails();
-
-private:
-    std::unique_ptr<CloudService> m_cloud;
 };
 
 void PrintersTest::servesWhatTheSpoolerHolds()
@@ -136,7 +121,7 @@ void PrintersTest::servesWhatTheSpoolerHolds()
     queue("served", "My OXCloud4", "Orvo OX-410T", takenPort);
 
     LogRecorder log;
-    setCloudBaseAddress(m_cloud->baseAddress());
+    setCloudBaseAddress(m_good->baseAddress());
     const VelMainWindow window;
     const auto cards = window.findChildren<DriverItem *>();
     QCOMPARE(cards.size(), 1);
@@ -150,7 +135,7 @@ void PrintersTest::servesWhatTheSpoolerHolds()
 /// Add, print, change, print, remove, add again.
 void PrintersTest::livesThroughAPrintersLife()
 {
-    Road road(m_cloud->baseAddress());
+    Road road(m_good->baseAddress());
     QVERIFY(add(road, "新 it %1", serial.toLower()));
     const auto cards = road.window().findChildren<DriverItem *>();
     QCOMPARE(cards.size(), 2);
@@ -171,7 +156,7 @@ void PrintersTest::livesThroughAPrintersLife()
     road.know("改名", port);
     road.print("second", "22", 2);
     QCOMPARE(road.recordsOf(otherSerial, 1), QStringList("second;09:02:03;打印成功;2"));
-    QCOMPARE(m_cloud->jobs().last().dsNumber, otherSerial);
+    QCOMPARE(m_good->jobs().last().dsNumber, otherSerial);
 
     card->findChild<QPushButton *>("deleteButton")->click();
     card->findChild<QPushButton *>("deleteButton")->click(); // impatiently
@@ -189,7 +174,7 @@ void PrintersTest::livesThroughAPrintersLife()
 
 void PrintersTest::showsThatItIsAtWork()
 {
-    Road road(m_cloud->baseAddress(), 0);
+    Road road(m_good->baseAddress(), 0);
     Win32Emulator::beforeCall("SetPrinterDataW", [] { QThread::msleep(500); }); // on the worker thread
     fill(road, "a", serial);
     const auto *dialog = qobject_cast<WaittingDlg *>(QApplication::activeModalWidget());
@@ -226,7 +211,7 @@ void PrintersTest::refusesWhatWasTyped()
     QFETCH(QString, name);
     QFETCH(QString, number);
     QFETCH(QString, message);
-    Road road(m_cloud->baseAddress(), 0);
+    Road road(m_good->baseAddress(), 0);
     Win32Emulator::clearCalls();
     fill(road, name, number);
     QCOMPARE(road.messages(), QStringList(message));
@@ -236,7 +221,7 @@ void PrintersTest::refusesWhatWasTyped()
 
 void PrintersTest::tellsWhyAddingFailed()
 {
-    Road road(m_cloud->baseAddress());
+    Road road(m_good->baseAddress());
     fill(road, "前台", serial);
     QTRY_COMPARE(road.messages(), QStringList("当前打印机已经存在!"));
     QCOMPARE(road.window().findChildren<DriverItem *>().size(), 1);
@@ -273,7 +258,7 @@ void PrintersTest::refusesAChange()
     QFETCH(QString, function);
     QFETCH(unsigned, error);
     QFETCH(QString, message);
-    Road road(m_cloud->baseAddress());
+    Road road(m_good->baseAddress());
     if (!function.isEmpty())
         Win32Emulator::failCalls(function.toStdString(), error);
     modify(road.card(), name, number);
@@ -298,7 +283,7 @@ void PrintersTest::leavesAloneWhatWasNotChanged()
 {
     QFETCH(QString, queue);
     QFETCH(QString, typed);
-    Road road(m_cloud->baseAddress(), 1, queue);
+    Road road(m_good->baseAddress(), 1, queue);
     Win32Emulator::clearCalls();
     modify(road.card(), typed, Road::serial());
     QVERIFY(Win32Emulator::calls().empty());
@@ -308,7 +293,7 @@ void PrintersTest::leavesAloneWhatWasNotChanged()
 
 void PrintersTest::keepsTheCardWhenRemovingFails()
 {
-    Road road(m_cloud->baseAddress());
+    Road road(m_good->baseAddress());
     Win32Emulator::failCalls("DeletePrinter", accessDenied);
     QString text;
     QTimer user;
@@ -322,7 +307,7 @@ void PrintersTest::keepsTheCardWhenRemovingFails()
     road.find<QPushButton>("deleteButton")->click();
     QTRY_COMPARE(text, QString("错误: 删除打印机失败 [关闭]"));
     QVERIFY(road.card());
-    QVERIFY(road.takesTheNextJob(m_cloud->baseAddress()));
+    QVERIFY(road.takesTheNextJob(m_good->baseAddress()));
     road.find<QPushButton>("deleteButton")->click();
     QTRY_VERIFY(!road.card());
 }

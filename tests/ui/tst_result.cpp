@@ -2,9 +2,6 @@
 
 #include "roadfixture.h"
 
-#include "base/runningthreads.h"
-#include "cloud/cloudservice.h"
-
 #include <QTest>
 
 #include "win32/control.h"
@@ -13,28 +10,14 @@ using namespace Script;
 
 Q_DECLARE_METATYPE(QVector<PeerAnswer>)
 
-class ResultTest : public QObject
+class ResultTest : public RoadTestCase
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        m_good = std::make_unique<CloudService>();
-        QVERIFY(m_good->listen());
-    }
-    void cleanup()
-    {
-        QVERIFY(RunningThreads::endAll(20000));
-        QCOMPARE(Win32Emulator::openHandles(), 0);
-    }
-
     void resultGoesWrong_data();
     void resultGoesWrong();
     void asksOnceAtATime();
-
-private:
-    std::unique_ptr<CloudService> m_good;
 };
 
 void ResultTest::resultGoesWrong_data()

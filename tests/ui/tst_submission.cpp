@@ -2,9 +2,6 @@
 
 #include "roadfixture.h"
 
-#include "base/runningthreads.h"
-#include "cloud/cloudservice.h"
-
 #include <QTest>
 
 #include "win32/control.h"
@@ -13,30 +10,16 @@ using namespace Script;
 
 Q_DECLARE_METATYPE(PeerAnswer)
 
-class SubmissionTest : public QObject
+class SubmissionTest : public RoadTestCase
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        m_good = std::make_unique<CloudService>();
-        QVERIFY(m_good->listen());
-    }
-    void cleanup()
-    {
-        QVERIFY(RunningThreads::endAll(20000));
-        QCOMPARE(Win32Emulator::openHandles(), 0);
-    }
-
     void followsAJobToItsEnd();
     void submissionGoesWrong_data();
     void submissionGoesWrong();
     void cutInsideABodyOfUnknownLength();
     void cloudIsNotThere();
-
-private:
-    std::unique_ptr<CloudService> m_good;
 };
 
 void SubmissionTest::followsAJobToItsEnd()
