@@ -14,8 +14,18 @@ make_prefix() {
     use_chinese
     timeout "$prefix_time_limit" wineboot --init >"$state/wineboot.log" 2>&1 || fail "Wine could not make a prefix"
     wineserver --wait
+    keep_session
     # The trial's programs find the program's libraries.
     export WINEPATH='C:\Program Files\OrvoCloudManager'
+}
+
+# Wine's desktop ends a second after the last program, and a program that starts in just that moment gets no window. A
+# shell that waits for input keeps it.
+keep_session() {
+    mkfifo "$state/session"
+    exec 8<>"$state/session"
+    # shellcheck disable=SC2016
+    start session bash -c 'exec wine cmd <"$0"' "$state/session"
 }
 
 # Wine takes its 8-bit code page, in which journal and log are written, from the locale. This one need not be installed.
