@@ -22,10 +22,17 @@ make_prefix() {
 # Wine's desktop ends a second after the last program, and a program that starts in just that moment gets no window. A
 # shell that waits for input keeps it.
 keep_session() {
-    mkfifo "$state/session"
+    [[ -p $state/session ]] || mkfifo "$state/session"
     exec 8<>"$state/session"
     # shellcheck disable=SC2016
     start session bash -c 'exec wine cmd <"$0"' "$state/session"
+}
+
+# Ends every program of the prefix, its desktop included, and begins anew.
+new_session() {
+    wineserver --kill || true
+    wineserver --wait
+    keep_session
 }
 
 # Wine takes its 8-bit code page, in which journal and log are written, from the locale. This one need not be installed.
