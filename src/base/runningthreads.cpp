@@ -21,14 +21,18 @@ QSet<QThread *> listed()
 
 namespace RunningThreads {
 
-void track(QThread *thread)
+void start(QThread *thread)
 {
-    QMutexLocker locker(&listMutex);
-    threads.insert(thread);
+    {
+        QMutexLocker locker(&listMutex);
+        threads.insert(thread);
+    }
     QObject::connect(thread, &QObject::destroyed, [thread] {
-        QMutexLocker removal(&listMutex);
+        QMutexLocker locker(&listMutex);
         threads.remove(thread);
     });
+    QObject::connect(thread, &QThread::finished, thread, &QObject::deleteLater);
+    thread->start(QThread::InheritPriority);
 }
 
 bool endAll(int milliseconds)

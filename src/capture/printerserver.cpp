@@ -81,13 +81,11 @@ void PrinterServer::on_BusyTimeout()
 void PrinterServer::startRelay()
 {
     auto *thread = new PrinterThread(m_pendingDescriptor, m_info, currentJobLabel(), m_link->jobLock());
-    connect(thread, &QThread::finished, thread, &QObject::deleteLater);
     // Without a receiver the function runs on the relay thread, and keeps the link for as long as the thread is there.
     connect(thread, &PrinterThread::cloudResult,
             [link = m_link](QNetworkReply::NetworkError error, const QJsonDocument &jd) { link->deliver(error, jd); });
-    RunningThreads::track(thread);
     emit portBusy(true);
-    thread->start(QThread::InheritPriority);
+    RunningThreads::start(thread);
 }
 
 /// Closes the connection that waits, if one does: a later one takes its place, or nobody will serve it.

@@ -220,7 +220,5 @@ void DriverItem::onTestClicked(bool)
     m_testButton->setBusy(true);
     // The set-up process may take half a minute, which the interface does not wait for.
     QThread *worker = QThread::create([name = m_info.printerName] { CPrinter().PrintTestPage(name); });
-    connect(worker, &QThread::finished, worker, &QObject::deleteLater);
-    RunningThreads::track(worker);
-    worker->start(QThread::InheritPriority);
+    RunningThreads::start(worker);
 }

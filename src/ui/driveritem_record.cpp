@@ -101,8 +101,6 @@ void DriverItem::onDeleteClicked(bool)
     if (m_removeThread) // already on its way
         return;
     m_removeThread = new RemovePrinterThread(m_info);
-    connect(m_removeThread, &QThread::finished, m_removeThread, &QObject::deleteLater);
     connect(m_removeThread, &RemovePrinterThread::removeResult, this, &DriverItem::removeResult);
-    RunningThreads::track(m_removeThread);
-    m_removeThread->start(QThread::InheritPriority);
+    RunningThreads::start(m_removeThread);
 }

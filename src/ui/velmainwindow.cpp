@@ -255,9 +255,7 @@ void VelMainWindow::startAdding(const DriverInfo &info)
 {
     auto *thread = new AddPrinterThread(info);
     connect(thread, &AddPrinterThread::addResult, this, &VelMainWindow::on_addPrinterResult);
-    connect(thread, &QThread::finished, thread, &QObject::deleteLater);
-    RunningThreads::track(thread);
-    thread->start(QThread::InheritPriority);
+    RunningThreads::start(thread);
     m_waitingDialog->move(geometry().center() - m_waitingDialog->rect().center());
     m_waitingDialog->start();
 }
