@@ -12,6 +12,7 @@
 namespace {
 
 constexpr char address[] = "127.0.0.1";
+constexpr char jsonType[] = "application/json;charset=UTF-8";
 constexpr int connectionsAtOnce = 128;
 /// A busy machine may pause for a while in the middle of a large job.
 constexpr std::chrono::seconds readTimeout{60};
@@ -51,6 +52,7 @@ private:
     void setUpSocket(socket_t socket);
     void route();
     void reply(const ServiceAnswer &answer, httplib::Response &response);
+    static void breakOff(const QByteArray &json, httplib::Response &response);
 
     httplib::Server m_server;
     socket_t m_socket = INVALID_SOCKET; ///< the listening one; the library's
@@ -95,9 +97,23 @@ void CloudService::Private::route()
 void CloudService::Private::reply(const ServiceAnswer &answer, httplib::Response &response)
 {
     std::unique_lock<std::mutex> lock(m_stopMutex);
-    m_stopCondition.wait_for(lock, std::chrono::milliseconds(state.options().delayMs), [this] { return m_stopping; });
+    const std::chrono::milliseconds delay(state.options().delayMs + answer.delayMs);
+    m_stopCondition.wait_for(lock, delay, [this] { return m_stopping; });
     response.status = answer.status;
-    response.set_content(answer.json.toStdString(), "application/json;charset=UTF-8");
+    if (answer.isCut)
+        breakOff(answer.json, response);
+    else
+        response.set_content(answer.json.toStdString(), jsonType);
+}
+
+/// Promises the whole text and closes the connection behind its first half.
+void CloudService::Private::breakOff(const QByteArray &json, httplib::Response &response)
+{
+    const std::string half = json.left(json.size() / 2).toStdString();
+    response.set_content_provider(size_t(json.size()), jsonType, [half](size_t, size_t, httplib::DataSink &sink) {
+        sink.write(half.data(), half.size());
+        return false;
+    });
 }
 
 bool CloudService::Private::listen(int wantedPort)

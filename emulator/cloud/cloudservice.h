@@ -3,9 +3,21 @@
 #include <QByteArray>
 #include <QDateTime>
 #include <QString>
+#include <QStringList>
 #include <QVector>
 
 #include <memory>
+
+/// One of the fates that a submission may draw, and how likely it is beside the others.
+struct FateChance
+{
+    QString fate; ///< one of fateNames()
+    int weight = 1;
+};
+
+/// The fates in a fixed order: "printed", "offline", "silent", "cut" and so on, for jobs, their submissions and the
+/// answers to the questions for their results.
+QStringList fateNames();
 
 /// How the service behaves; may be changed while it runs.
 struct CloudServiceOptions
@@ -16,16 +28,19 @@ struct CloudServiceOptions
     QString deviceData = QStringLiteral("16");        ///< "data" of every device status answer
     int submissionStatus = 200;                       ///< HTTP status of submissions; from 300 on none is accepted
     int delayMs = 0;                                  ///< wait before each answer, once the request was read
-    QString storeFolder;                              ///< where received jobs are kept; empty: nowhere
-    bool keepBytes = true;                            ///< keep the decoded bytes of each job in memory
-    bool keepRawBodies = false;                       ///< keep the JSON text of each submission in memory too
+    QVector<FateChance> fates;  ///< each submission draws one, which overrides the options above; empty: none does
+    quint32 seed = 1;           ///< of the draws
+    QString storeFolder;        ///< where received jobs are kept; empty: nowhere
+    bool keepBytes = true;      ///< keep the decoded bytes of each job in memory
+    bool keepRawBodies = false; ///< keep the JSON text of each submission in memory too
 };
 
 /// A well-formed submission as it arrived.
 struct ReceivedJob
 {
     int number = 0;     ///< counts from 1
-    QString veltraId;   ///< empty when the job was refused by way of submissionStatus
+    QString veltraId;   ///< empty when the job was refused by its HTTP status
+    QString fate;       ///< empty when it drew none
     QString dsNumber;   ///< the printer's cloud serial
     int size = 0;       ///< of the decoded bytes
     QByteArray bytes;   ///< empty without keepBytes

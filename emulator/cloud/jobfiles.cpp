@@ -29,7 +29,7 @@ bool appendLine(const QString &path, const QByteArray &line)
 QByteArray describe(const ReceivedJob &job, const QByteArray &bytes)
 {
     const QByteArray sha256 = QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex();
-    const QJsonObject object{
+    QJsonObject object{
         {QStringLiteral("number"), job.number},
         {QStringLiteral("veltraId"), job.veltraId},
         {QStringLiteral("dsNumber"), job.dsNumber},
@@ -38,6 +38,8 @@ QByteArray describe(const ReceivedJob &job, const QByteArray &bytes)
         {QStringLiteral("received"), job.received.toString(Qt::ISODateWithMs)},
         {QStringLiteral("sha256"), QString::fromLatin1(sha256)},
     };
+    if (!job.fate.isEmpty())
+        object.insert(QStringLiteral("fate"), job.fate);
     return QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n';
 }
 

@@ -14,8 +14,9 @@ constexpr char description[] =
     "state of devices. Ends on SIGTERM or SIGINT.\n"
     "\n"
     "With --store each received job leaves DIR/NNNN.bin, its decoded bytes, and then one line in DIR/jobs.jsonl:\n"
-    "  {number, veltraId, dsNumber, size, file, received, sha256}\n"
-    "veltraId is empty for a job that --http refused. A malformed request gets 400 and a reason. A result request for\n"
+    "  {number, veltraId, dsNumber, size, file, received, sha256, fate}\n"
+    "veltraId is empty for a job that --http or its fate refused; fate is there with --fates only. A malformed request "
+    "gets 400 and a reason. A result request for\n"
     "an unknown job gets a text in \"data\" in place of an object, which is a final answer.";
 
 /// Reads a whole number of an option; reports a bad one and gives false.
@@ -42,6 +43,7 @@ public:
 private:
     bool number(const QString &option, int least, int most, int *value) const;
     bool readDevice(CloudServiceOptions *options) const;
+    bool readFates(CloudServiceOptions *options) const;
 
     QCommandLineParser m_parser;
 };
@@ -57,6 +59,11 @@ CommandLine::CommandLine()
         {"status", "Final status of every job (打印成功).", "TEXT", "打印成功"},
         {"device", "Answer to device status requests (0,16).", "CODE,DATA", "0,16"},
         {"http", "HTTP status of job submissions; from 300 on the jobs are refused (200).", "STATUS", "200"},
+        {"fates",
+         "Lets each submission draw what becomes of it; overrides --polls, --status and --http. Known: " +
+             fateNames().join(QStringLiteral(", ")) + QLatin1Char('.'),
+         "NAME=WEIGHT,..."},
+        {"seed", "Of the draws (1).", "N", "1"},
         {"delay", "Milliseconds to wait before each answer, of whichever operation (0).", "MS", "0"},
     });
 }
@@ -79,6 +86,26 @@ bool CommandLine::readDevice(CloudServiceOptions *options) const
     return readNumber(option, device.left(comma), 0, std::numeric_limits<int>::max(), &options->deviceCode);
 }
 
+bool CommandLine::readFates(CloudServiceOptions *options) const
+{
+    const QStringList chances = m_parser.value(QStringLiteral("fates")).split(QLatin1Char(','), Qt::SkipEmptyParts);
+    for (const QString &chance : chances) {
+        const QStringList parts = chance.split(QLatin1Char('='));
+        FateChance read{parts.first(), 1};
+        if (!fateNames().contains(read.fate) || parts.size() > 2) {
+            std::fprintf(stderr, "cloudservice: --fates does not know \"%s\"\n", chance.toUtf8().constData());
+            return false;
+        }
+        if (parts.size() == 2 && !readNumber(QStringLiteral("fates"), parts.last(), 0, 1000000, &read.weight))
+            return false;
+        options->fates.append(read);
+    }
+    int seed = 0;
+    const bool isRead = number(QStringLiteral("seed"), 0, std::numeric_limits<int>::max(), &seed);
+    options->seed = quint32(seed);
+    return isRead;
+}
+
 bool CommandLine::read(const QStringList &arguments, CloudServiceOptions *options, int *port)
 {
     // Ends the process by itself after --help (0) and after an unknown option (1).
@@ -94,7 +121,7 @@ bool CommandLine::read(const QStringList &arguments, CloudServiceOptions *option
     return number(QStringLiteral("port"), 0, 65535, port) &&
            number(QStringLiteral("polls"), 0, most, &options->pollsBeforeFinal) &&
            number(QStringLiteral("http"), 200, 599, &options->submissionStatus) &&
-           number(QStringLiteral("delay"), 0, most, &options->delayMs) && readDevice(options);
+           number(QStringLiteral("delay"), 0, most, &options->delayMs) && readDevice(options) && readFates(options);
 }
 
 /// UTF-8 whatever the locale is: the status texts are Chinese, and a test's locale may be "C".

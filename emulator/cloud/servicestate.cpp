@@ -24,6 +24,7 @@ ServiceAnswer failure(int status, const QString &reason)
 
 ServiceState::ServiceState(const CloudServiceOptions &options)
     : m_options(options)
+    , m_fates(options.seed)
 {
 }
 
@@ -35,10 +36,33 @@ ServiceAnswer ServiceState::submit(const QByteArray &contentType, const QByteArr
     return request.fault.isEmpty() ? receive(request, body) : malformed(request.fault);
 }
 
+QString ServiceState::drawFate()
+{
+    int sum = 0;
+    for (const FateChance &chance : qAsConst(m_options.fates))
+        sum += chance.weight;
+    if (sum <= 0)
+        return QString();
+    int draw = m_fates.bounded(sum);
+    auto chance = m_options.fates.constBegin();
+    while (draw >= chance->weight)
+        draw -= (chance++)->weight;
+    return chance->fate;
+}
+
+/// An unknown fate changes nothing.
+Treatment ServiceState::treatment(const QString &fate) const
+{
+    const auto known = treatmentFor(m_options, fate);
+    return known ? *known : *treatmentFor(m_options, QString());
+}
+
 ServiceAnswer ServiceState::receive(const SubmissionRequest &request, const QByteArray &body)
 {
-    const bool accepted = m_options.submissionStatus < 300;
     ReceivedJob job;
+    job.fate = drawFate();
+    const Treatment how = treatment(job.fate);
+    const bool accepted = how.submissionStatus < 300;
     job.number = ++m_lastNumber;
     if (!m_options.storeFolder.isEmpty())
         job.number = m_lastNumber = JobFiles::freeNumber(m_options.storeFolder, m_lastNumber);
@@ -56,9 +80,12 @@ ServiceAnswer ServiceState::receive(const SubmissionRequest &request, const QByt
         job.rawBody = QByteArray(body.constData(), body.size()); // a copy: the buffer is the request's
     m_jobs.append(job);
     if (!accepted)
-        return failure(m_options.submissionStatus, QStringLiteral("refused as told"));
-    m_progress.insert(job.veltraId, {job.dsNumber, 0});
-    return answer(m_options.submissionStatus, 0, QJsonObject{{QStringLiteral("veltraId"), job.veltraId}});
+        return failure(how.submissionStatus, QStringLiteral("refused as told"));
+    m_progress.insert(job.veltraId, {job.dsNumber, job.fate, 0});
+    ServiceAnswer taken = answer(how.submissionStatus, 0, QJsonObject{{QStringLiteral("veltraId"), job.veltraId}});
+    taken.delayMs = how.submissionDelayMs;
+    taken.isCut = how.submissionIsCut;
+    return taken;
 }
 
 ServiceAnswer ServiceState::result(const QString &veltraId)
@@ -68,10 +95,15 @@ ServiceAnswer ServiceState::result(const QString &veltraId)
     const auto job = m_progress.find(veltraId);
     if (job == m_progress.end())
         return answer(200, 4004, QStringLiteral("任务不存在"));
-    const bool printing = job->polls < m_options.pollsBeforeFinal;
-    ++job->polls;
-    const QString status = printing ? QStringLiteral("正在打印") : m_options.finalStatus;
-    return answer(200, 0, QJsonObject{{job->dsNumber, status}});
+    const Treatment how = treatment(job->fate);
+    if (job->polls++ < how.pollsBeforeFinal)
+        return answer(200, 0, QJsonObject{{job->dsNumber, QStringLiteral("正在打印")}});
+    if (how.resultIsInvalid)
+        return {how.resultStatus, "[]"};
+    ServiceAnswer final = how.bareText ? answer(how.resultStatus, 0, how.finalStatus)
+                                       : answer(how.resultStatus, 0, QJsonObject{{job->dsNumber, how.finalStatus}});
+    final.isCut = how.resultIsCut;
+    return final;
 }
 
 ServiceAnswer ServiceState::deviceStatus(const QByteArray &contentType, const QByteArray &body)

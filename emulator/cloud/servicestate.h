@@ -1,9 +1,11 @@
 #pragma once
 
 #include "cloud/cloudservice.h"
+#include "cloud/treatment.h"
 
 #include <QHash>
 #include <QMutex>
+#include <QRandomGenerator>
 
 struct SubmissionRequest;
 
@@ -12,6 +14,8 @@ struct ServiceAnswer
 {
     int status = 200;
     QByteArray json;
+    int delayMs = 0;    ///< beside the delay of all answers
+    bool isCut = false; ///< the connection breaks in the middle of the body
 };
 
 /// The service without its network side: takes requests, remembers what came and makes the answers. Thread-safe.
@@ -33,11 +37,14 @@ private:
     struct Progress
     {
         QString dsNumber;
+        QString fate;
         int polls = 0;
     };
 
     ServiceAnswer malformed(const QString &reason);
     ServiceAnswer receive(const SubmissionRequest &request, const QByteArray &body);
+    QString drawFate();
+    Treatment treatment(const QString &fate) const;
 
     mutable QMutex m_mutex;
     CloudServiceOptions m_options;
@@ -45,4 +52,5 @@ private:
     QVector<ReceivedJob> m_jobs;
     QHash<QString, Progress> m_progress; ///< of the accepted jobs, by veltraId
     int m_lastNumber = 0;
+    QRandomGenerator m_fates;
 };

@@ -1,0 +1,64 @@
+#include "cloud/treatment.h"
+
+#include "cloud/cloudservice.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace {
+
+constexpr int slowAnswer = 5000;    // ms
+constexpr int silentAnswer = 20000; // ms; longer than the client waits for an answer
+constexpr int manyPolls = 8;
+
+struct FateEntry
+{
+    const char *name;
+    void (*apply)(Treatment &treatment);
+};
+
+constexpr FateEntry fateTable[] = {
+    {"printed", [](Treatment &) {}},
+    {"long-printing", [](Treatment &job) { job.pollsBeforeFinal = manyPolls; }},
+    {"offline", [](Treatment &job) { job.finalStatus = QStringLiteral("离线"); }},
+    {"out-of-paper", [](Treatment &job) { job.finalStatus = QStringLiteral("缺纸"); }},
+    {"bare-text",
+     [](Treatment &job) {
+         job.finalStatus = QStringLiteral("任务已取消");
+         job.bareText = true;
+     }},
+    {"too-large", [](Treatment &job) { job.submissionStatus = 413; }},
+    {"server-error", [](Treatment &job) { job.submissionStatus = 500; }},
+    {"slow", [](Treatment &job) { job.submissionDelayMs = slowAnswer; }},
+    {"silent", [](Treatment &job) { job.submissionDelayMs = silentAnswer; }},
+    {"cut", [](Treatment &job) { job.submissionIsCut = true; }},
+    {"result-error", [](Treatment &job) { job.resultStatus = 500; }},
+    {"result-cut", [](Treatment &job) { job.resultIsCut = true; }},
+    {"result-invalid", [](Treatment &job) { job.resultIsInvalid = true; }},
+};
+
+} // namespace
+
+QStringList fateNames()
+{
+    QStringList names;
+    for (const FateEntry &entry : fateTable)
+        names.append(QLatin1String(entry.name));
+    return names;
+}
+
+std::optional<Treatment> treatmentFor(const CloudServiceOptions &options, const QString &fate)
+{
+    Treatment treatment;
+    treatment.submissionStatus = options.submissionStatus;
+    treatment.pollsBeforeFinal = options.pollsBeforeFinal;
+    treatment.finalStatus = options.finalStatus;
+    if (fate.isEmpty())
+        return treatment;
+    const auto entry = std::find_if(std::begin(fateTable), std::end(fateTable),
+                                    [&](const FateEntry &candidate) { return fate == QLatin1String(candidate.name); });
+    if (entry == std::end(fateTable))
+        return std::nullopt;
+    entry->apply(treatment);
+    return treatment;
+}
