@@ -1,24 +1,12 @@
 // The real program between a real spooler and a real cloud service, each a process of its own, and what becomes of jobs
 // when one of them is killed.
 
-#include "support/freeport.h"
-#include "support/programfolder.h"
+#include "support/installation.h"
 
-#include <QDir>
-#include <QFile>
 #include <QRandomGenerator>
 #include <QTest>
 
 namespace {
-
-const QStringList serials{"0123456789ABCDEF", "FEDCBA9876543210"};
-const QStringList queues{"前台打印机", "it's %1"};
-
-QByteArray contentOf(const QString &fileName)
-{
-    QFile file(fileName);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 QByteArray randomBytes(int size)
 {
@@ -37,7 +25,7 @@ class EndToEndTest : public QObject
 
 private slots:
     void init();
-    void cleanup() { m_folder.reset(); }
+    void cleanup() { m_installation.reset(); }
 
     void printsOnTwoPrinters();
     void printsWhatWaitedForTheProgram();
@@ -47,59 +35,37 @@ private slots:
 private:
     void startCloud(const QStringList &options = {});
     void print(int printer, const QString &document, const QByteArray &bytes);
-    int posts() const { return contentOf(m_folder->path("cloud/jobs.jsonl")).count('\n'); }
-    QByteArray received(int number) const;
-    QStringList records(int printer) const
-    {
-        return m_folder->journal(serials[printer]).split("!+!", Qt::SkipEmptyParts);
-    }
+    int posts() const { return m_installation->posts().size(); }
+    QByteArray received(int number) const { return m_installation->received(number); }
+    QStringList records(int printer) const { return m_installation->records(printer); }
 
-    std::unique_ptr<ProgramFolder> m_folder;
+    std::unique_ptr<Installation> m_installation;
     QProcess *m_cloud = nullptr;
 };
 
 void EndToEndTest::init()
 {
-    m_folder = std::make_unique<ProgramFolder>();
-    QCOMPARE(m_folder->run("spoolctl", {"add-driver"}), 0);
-    for (int i = 0; i < queues.size(); ++i) {
-        const QString port = QString("OXCloud00%1").arg(i + 1);
-        const QString number = QString::number(freePort());
-        QCOMPARE(m_folder->run("spoolctl", {"add-port", port, "127.0.0.1", number}), 0);
-        QCOMPARE(m_folder->run("spoolctl", {"add-printer", queues[i], "--port", port, "--cloud-id", serials[i],
-                                            "--cloud-port", number}),
-                 0);
-    }
-    m_folder->start("spoolsv");
+    m_installation = std::make_unique<Installation>();
+    QVERIFY(m_installation->addPrinters({"前台打印机", "it's %1"}));
 }
 
 void EndToEndTest::startCloud(const QStringList &options)
 {
-    m_cloud =
-        m_folder->start("cloudservice", QStringList{"--port", "18080", "--store", m_folder->path("cloud")} + options);
-    QVERIFY(m_cloud->waitForReadyRead());
+    m_cloud = m_installation->startCloud(options);
+    QVERIFY(m_cloud);
 }
 
 void EndToEndTest::print(int printer, const QString &document, const QByteArray &bytes)
 {
-    QFile file(m_folder->path("document"));
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
-    file.close();
-    QCOMPARE(m_folder->run("spoolctl", {"print", queues[printer], file.fileName(), "--document", document}), 0);
-}
-
-QByteArray EndToEndTest::received(int number) const
-{
-    return contentOf(m_folder->path(QString("cloud/%1.bin").arg(number, 4, 10, QChar('0'))));
+    QVERIFY(m_installation->print(printer, document, bytes));
 }
 
 void EndToEndTest::printsOnTwoPrinters()
 {
     startCloud();
-    m_folder->start("OrvoCloudManager");
+    m_installation->startProgram();
     // The spooler tells the job's name only while it prints.
-    QTRY_COMPARE_WITH_TIMEOUT(m_folder->log().count("oninit"), 2, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(m_installation->folder().log().count("oninit"), 2, 10000);
     const QByteArray large = randomBytes(3000000);
     print(0, "报告.docx", large);
     QTRY_COMPARE_WITH_TIMEOUT(records(0).size(), 1, 10000);
@@ -110,7 +76,7 @@ void EndToEndTest::printsOnTwoPrinters()
     print(1, "empty", "");
     QTRY_COMPARE_WITH_TIMEOUT(records(1).size(), 1, 10000);
     QVERIFY(records(1).first().contains(";打印成功;0;"));
-    QVERIFY(contentOf(m_folder->path("cloud/jobs.jsonl")).contains(serials[1].toLatin1()));
+    QVERIFY(m_installation->posts().last().contains(m_installation->serial(1).toLatin1()));
 
     // One behind the other: the second waits in the server's slot.
     print(0, "a", "first");
@@ -126,7 +92,7 @@ void EndToEndTest::printsWhatWaitedForTheProgram()
     startCloud();
     print(0, "patient", "x");
     QTest::qWait(300);
-    m_folder->start("OrvoCloudManager");
+    m_installation->startProgram();
     QTRY_COMPARE_WITH_TIMEOUT(records(0).size(), 1, 10000);
     QCOMPARE(received(1), QByteArray("x"));
 }
@@ -134,12 +100,12 @@ void EndToEndTest::printsWhatWaitedForTheProgram()
 void EndToEndTest::killedProgramDoesNotPrintTwice()
 {
     startCloud({"--delay", "1500"});
-    QProcess *program = m_folder->start("OrvoCloudManager");
+    QProcess *program = m_installation->startProgram();
     print(0, "a", "x");
     QTRY_COMPARE_WITH_TIMEOUT(posts(), 1, 10000);
     program->kill();
     QVERIFY(program->waitForFinished());
-    m_folder->start("OrvoCloudManager");
+    m_installation->startProgram();
     print(0, "b", "y");
     QTRY_COMPARE_WITH_TIMEOUT(records(0).size(), 1, 15000);
     QCOMPARE(posts(), 2);
@@ -149,7 +115,7 @@ void EndToEndTest::killedProgramDoesNotPrintTwice()
 void EndToEndTest::cloudComesBack()
 {
     startCloud();
-    m_folder->start("OrvoCloudManager");
+    m_installation->startProgram();
     print(0, "a", "x");
     QTRY_COMPARE_WITH_TIMEOUT(records(0).size(), 1, 10000);
     m_cloud->kill();
