@@ -26,7 +26,7 @@ QByteArray contentOf(const QString &fileName)
 
 bool Installation::addPrinters(const QStringList &queues)
 {
-    if (m_folder.run("spoolctl", {"add-driver"}) != 0)
+    if (!queues.isEmpty() && m_folder.run("spoolctl", {"add-driver"}) != 0)
         return false;
     for (const QString &queue : queues)
         if (!addPrinter(queue))
@@ -55,11 +55,15 @@ QProcess *Installation::startCloud(const QStringList &options)
 
 bool Installation::print(int printer, const QString &document, const QByteArray &bytes)
 {
+    return print(m_printers.at(size_t(printer)).queue, document, bytes);
+}
+
+bool Installation::print(const QString &queue, const QString &document, const QByteArray &bytes)
+{
     QFile file(m_folder.path("document"));
     if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
         return false;
     file.close();
-    const QString queue = m_printers.at(size_t(printer)).queue;
     return m_folder.run("spoolctl", {"print", queue, file.fileName(), "--document", document}) == 0;
 }
 

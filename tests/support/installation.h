@@ -14,7 +14,7 @@ class Installation
 {
 public:
     /// One printer a queue, each with a serial and a port of its own; the spooler runs afterwards. False when some step
-    /// failed.
+    /// failed. Without queues a bare machine.
     bool addPrinters(const QStringList &queues);
 
     /// The service with further options; it stores the jobs. Null when it did not come up.
@@ -22,8 +22,9 @@ public:
 
     QProcess *startProgram() { return m_folder.start("OrvoCloudManager"); }
 
-    /// Hands a document to the spooler.
+    /// Hands a document to the spooler. By its queue a printer can be named that somebody else has added.
     bool print(int printer, const QString &document, const QByteArray &bytes);
+    bool print(const QString &queue, const QString &document, const QByteArray &bytes);
 
     QString serial(int printer) const { return m_printers.at(size_t(printer)).serial; }
     quint16 port(int printer) const { return m_printers.at(size_t(printer)).port; }

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "desktop.h"
+
+#include "support/programfolder.h"
+#include "ui/roadfixture.h"
+
+/// Who sits before the real program and uses it by mouse and keyboard. What is clicked on stands where it stands in a
+/// window of the test itself.
+class User
+{
+public:
+    /// The programs that the folder starts from now on show up on the user's display.
+    explicit User(ProgramFolder &folder);
+
+    /// Starts the program and waits for its window.
+    void startProgram();
+    QProcess *program() const { return m_program; }
+
+    /// Fills in the page for adding and confirms the message that tells of the success; with that the program serves
+    /// and stores the printer.
+    void addPrinter(const QString &name, const QString &serial);
+    void showPrinters();
+
+    /// What is on the first card.
+    void clickOnCard(const QString &name);
+    void typeOnCard(const QString &name, const QString &text);
+
+private:
+    void click(const QString &name);
+    void type(const QString &name, const QString &text);
+    void confirmMessage();
+    QString window() const;
+
+    ProgramFolder &m_folder;
+    Desktop m_desktop;
+    Road m_plan{"http://127.0.0.1:9", 2};
+    QProcess *m_program = nullptr;
+};
