@@ -23,7 +23,7 @@ private slots:
 private:
     void addPrinter(const QString &name, const QString &number);
     void print(const QString &queue, const QByteArray &bytes);
-    QString queues();
+    QString queues() { return m_installation.queues(); }
     QString journal(const QString &number) { return m_installation.folder().journal(number); }
 
     Installation m_installation;
@@ -32,7 +32,7 @@ private:
 
 void ByHandTest::addPrinter(const QString &name, const QString &number)
 {
-    m_user.addPrinter(name, number);
+    QVERIFY(m_user.addPrinter(name, number));
     m_user.showPrinters();
 }
 
@@ -41,18 +41,11 @@ void ByHandTest::print(const QString &queue, const QByteArray &bytes)
     QVERIFY(m_installation.print(queue, "document", bytes));
 }
 
-QString ByHandTest::queues()
-{
-    QProcess *process = m_installation.folder().start("spoolctl", {"list"});
-    process->waitForFinished();
-    return QString::fromUtf8(process->readAllStandardOutput());
-}
-
 void ByHandTest::aPrintersLife()
 {
     QVERIFY(m_installation.startCloud());
     QVERIFY(m_installation.addPrinters({}));
-    m_user.startProgram();
+    QVERIFY(m_user.startProgram());
 
     addPrinter("Desk 1", serial.toLower());
     QTRY_VERIFY(queues().startsWith("Desk 1\tOXCloud001\tOrvo OX-410T\t" + serial + "\t8101"));
@@ -77,7 +70,7 @@ void ByHandTest::aPrintersLife()
 
     m_user.program()->kill();
     QVERIFY(m_user.program()->waitForFinished());
-    m_user.startProgram();
+    QVERIFY(m_user.startProgram());
     m_user.clickOnCard("deleteButton"); // now Desk 1 is the first, as in the spooler
     QTRY_VERIFY(!queues().contains("Desk 1"));
     print("Desk 3", "fives");

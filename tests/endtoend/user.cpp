@@ -10,6 +10,10 @@ namespace {
 const QSize mainWindow(960, 600);
 const QSize messageDialog(316, 206);
 const QPoint confirmation(158, 168); // the button "确定"
+const QSize detailsDialog(710, 500);
+const QPoint closeDetails(680, 30);
+constexpr int windowTimeout = 10000; // ms
+constexpr int addingTimeout = 30000; // ms
 
 /// Where a widget of the window is, read off a window like the program's.
 QPoint placeOf(Road &plan, const QWidget *widget)
@@ -22,25 +26,26 @@ QPoint placeOf(Road &plan, const QWidget *widget)
 User::User(ProgramFolder &folder)
     : m_folder(folder)
 {
-    QVERIFY2(!m_desktop.display().isEmpty(), "Xvfb did not start");
     m_folder.setEnvironment("DISPLAY", m_desktop.display());
     m_folder.setEnvironment("QT_QPA_PLATFORM", "xcb");
 }
 
-void User::startProgram()
+bool User::startProgram()
 {
+    if (display().isEmpty())
+        return false;
     m_program = m_folder.start("OrvoCloudManager");
-    QTRY_COMPARE_WITH_TIMEOUT(m_desktop.windows(mainWindow).size(), 1, 10000);
+    return QTest::qWaitFor([this] { return !window().isEmpty(); }, windowTimeout);
 }
 
-void User::addPrinter(const QString &name, const QString &serial)
+bool User::addPrinter(const QString &name, const QString &serial)
 {
     click("pushButton_add");
     m_plan.find<QPushButton>("pushButton_add")->click(); // the plan turns its page, too
     type("lineEdit_name", name);
     type("lineEdit_num", serial);
     click("pushButton_ok");
-    confirmMessage();
+    return awaitDialog(messageDialog, addingTimeout) && closeDialog(messageDialog, confirmation);
 }
 
 void User::showPrinters()
@@ -69,11 +74,24 @@ void User::type(const QString &name, const QString &text)
     m_desktop.type(window(), placeOf(m_plan, m_plan.find<QWidget>(name)), text);
 }
 
-void User::confirmMessage()
+bool User::lookAtDetails(int milliseconds)
 {
-    QTRY_COMPARE_WITH_TIMEOUT(m_desktop.windows(messageDialog).size(), 1, 30000);
-    m_desktop.click(m_desktop.windows(messageDialog).first(), confirmation);
-    QTRY_VERIFY(m_desktop.windows(messageDialog).isEmpty());
+    clickOnCard("detailButton");
+    if (!awaitDialog(detailsDialog, windowTimeout))
+        return false;
+    QTest::qWait(milliseconds);
+    return closeDialog(detailsDialog, closeDetails);
+}
+
+bool User::awaitDialog(const QSize &size, int timeout) const
+{
+    return QTest::qWaitFor([&] { return !m_desktop.windows(size).isEmpty(); }, timeout);
+}
+
+bool User::closeDialog(const QSize &size, const QPoint &button) const
+{
+    m_desktop.click(m_desktop.windows(size).first(), button);
+    return QTest::qWaitFor([&] { return m_desktop.windows(size).isEmpty(); }, windowTimeout);
 }
 
 QString User::window() const

@@ -14,23 +14,30 @@ public:
     explicit User(ProgramFolder &folder);
 
     /// Starts the program and waits for its window.
-    void startProgram();
+    bool startProgram();
     QProcess *program() const { return m_program; }
+
+    const QString &display() const { return m_desktop.display(); }
+    /// The identifier of the program's window; empty while it is not shown.
+    QString window() const;
 
     /// Fills in the page for adding and confirms the message that tells of the success; with that the program serves
     /// and stores the printer.
-    void addPrinter(const QString &name, const QString &serial);
+    bool addPrinter(const QString &name, const QString &serial);
     void showPrinters();
 
     /// What is on the first card.
     void clickOnCard(const QString &name);
     void typeOnCard(const QString &name, const QString &text);
 
+    /// Opens the print details of the first card for so long.
+    bool lookAtDetails(int milliseconds);
+
 private:
     void click(const QString &name);
     void type(const QString &name, const QString &text);
-    void confirmMessage();
-    QString window() const;
+    bool awaitDialog(const QSize &size, int timeout) const;
+    bool closeDialog(const QSize &size, const QPoint &button) const;
 
     ProgramFolder &m_folder;
     Desktop m_desktop;

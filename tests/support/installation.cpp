@@ -67,6 +67,13 @@ bool Installation::print(const QString &queue, const QString &document, const QB
     return m_folder.run("spoolctl", {"print", queue, file.fileName(), "--document", document}) == 0;
 }
 
+QString Installation::queues()
+{
+    QByteArray list;
+    m_folder.run("spoolctl", {"list"}, &list);
+    return QString::fromUtf8(list);
+}
+
 QStringList Installation::records(int printer) const
 {
     return m_folder.journal(serial(printer)).split("!+!", Qt::SkipEmptyParts);

@@ -26,6 +26,9 @@ public:
     bool print(int printer, const QString &document, const QByteArray &bytes);
     bool print(const QString &queue, const QString &document, const QByteArray &bytes);
 
+    /// All queues of the spooler, one a line: name, port, driver, cloud serial, cloud port.
+    QString queues();
+
     QString serial(int printer) const { return m_printers.at(size_t(printer)).serial; }
     quint16 port(int printer) const { return m_printers.at(size_t(printer)).port; }
 

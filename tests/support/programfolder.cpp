@@ -70,12 +70,15 @@ QProcess *ProgramFolder::start(const QString &executable, const QStringList &arg
     return process;
 }
 
-int ProgramFolder::run(const QString &executable, const QStringList &arguments)
+int ProgramFolder::run(const QString &executable, const QStringList &arguments, QByteArray *output)
 {
     QProcess *process = start(executable, arguments);
-    if (!process->waitForFinished(runTimeout) || process->exitStatus() != QProcess::NormalExit)
-        return -1;
-    return process->exitCode();
+    const bool ended = process->waitForFinished(runTimeout) && process->exitStatus() == QProcess::NormalExit;
+    const int status = ended ? process->exitCode() : -1;
+    if (output)
+        *output = process->readAllStandardOutput();
+    m_processes.pop_back();
+    return status;
 }
 
 QString ProgramFolder::log() const

@@ -26,8 +26,9 @@ public:
     /// Starts an executable of the folder there. The object stays owned by the folder.
     QProcess *start(const QString &executable, const QStringList &arguments = {});
 
-    /// Runs one to its end; its exit status, -1 when it crashed or took longer than half a minute.
-    int run(const QString &executable, const QStringList &arguments = {});
+    /// Runs one to its end; its exit status, -1 when it crashed or took longer than half a minute. Its standard output
+    /// goes to `output`.
+    int run(const QString &executable, const QStringList &arguments = {}, QByteArray *output = nullptr);
 
     /// The program's log of today and a printer's journal of today.
     QString log() const;
