@@ -8,8 +8,10 @@ constexpr int timeout = 10000; // ms
 
 Desktop::Desktop()
 {
-    // The server writes the number of the display that it has chosen to the named descriptor, its standard output.
-    m_server.start("Xvfb", {"-displayfd", "1", "-screen", "0", "1280x800x24", "-dpi", "96", "-nolisten", "tcp"});
+    // The server writes the number of the display that it has chosen to the named descriptor, its standard output. When
+    // its last client leaves, it would begin anew and turn away who comes in that instant.
+    m_server.start("Xvfb",
+                   {"-displayfd", "1", "-screen", "0", "1280x800x24", "-dpi", "96", "-nolisten", "tcp", "-noreset"});
     while (!m_server.canReadLine() && m_server.waitForReadyRead(timeout)) {
     }
     const QByteArray number = m_server.readLine().trimmed();

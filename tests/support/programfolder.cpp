@@ -83,10 +83,20 @@ int ProgramFolder::run(const QString &executable, const QStringList &arguments, 
 
 QString ProgramFolder::log() const
 {
-    return textOf(path("logs/" + today() + ".log"));
+    return textOf(logFile());
 }
 
 QString ProgramFolder::journal(const QString &serial) const
 {
-    return textOf(path("details/" + serial + today() + ".txt"));
+    return textOf(journalFile(serial));
+}
+
+QString ProgramFolder::logFile() const
+{
+    return path("logs/" + today() + ".log");
+}
+
+QString ProgramFolder::journalFile(const QString &serial) const
+{
+    return path("details/" + serial + today() + ".txt");
 }

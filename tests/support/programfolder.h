@@ -34,6 +34,10 @@ public:
     QString log() const;
     QString journal(const QString &serial) const;
 
+    /// The files with these texts.
+    QString logFile() const;
+    QString journalFile(const QString &serial) const;
+
 private:
     QTemporaryDir m_folder;
     QTemporaryDir m_sockets; // of the guards of programs that are killed; a short path, for sockets need one
