@@ -5,14 +5,35 @@
 #include "capture/relaylink.h"
 #include "spooler/spooljobs.h"
 
+#include <QCoreApplication>
 #include <QDebug>
+#include <QFile>
 #include <QTcpSocket>
 
 #include <algorithm>
+#include <deque>
 
 namespace {
+
 constexpr int busyRetryInterval = 1000; // ms
 constexpr int acceptPause = 1000;       // ms
+/// What a job takes until its end, for the relay's thread, the connections to the cloud and the files, and some more
+/// for connections that come meanwhile.
+constexpr int descriptorsOfJob = 12;
+
+int busyServers = 0;
+
+/// Files and sockets draw on the same supply where there is a limit.
+bool descriptorsAreLeft(int count)
+{
+    const QString anyFile = QCoreApplication::applicationFilePath();
+    std::deque<QFile> files;
+    while (count-- > 0)
+        if (!files.emplace_back(anyFile).open(QIODevice::ReadOnly))
+            return false;
+    return true;
+}
+
 } // namespace
 
 PrinterServer::PrinterServer(const DriverInfo &info, QObject *parent)
@@ -32,6 +53,7 @@ PrinterServer::~PrinterServer()
     qDebug() << "18_PrinterServer destruct";
     closePending();
     m_link->detach();
+    busyServers -= m_busy;
 }
 
 void PrinterServer::stopListening(QList<PrinterServer *> &servers, const DriverInfo &removed)
@@ -49,6 +71,7 @@ void PrinterServer::stopListening(QList<PrinterServer *> &servers, const DriverI
 void PrinterServer::on_PortBusy(bool isbusy)
 {
     qDebug() << "51_PrinterServer PortBusy:" << isbusy;
+    busyServers += int(isbusy) - int(m_busy);
     m_busy = isbusy;
 }
 
@@ -63,19 +86,31 @@ void PrinterServer::incomingConnection(qintptr handle)
     closePending();
     m_pendingDescriptor = handle;
     qDebug() << "24_PrinterServer incomingConnection" << handle << ";port_busy=" << m_busy;
-    if (m_busy)
-        m_busyTimer.start();
-    else
+    if (mayRelay())
         startRelay();
+    else
+        m_busyTimer.start();
 }
 
 void PrinterServer::on_BusyTimeout()
 {
     qDebug() << "57_PrinterServer on_BusyTimeout:" << m_pendingDescriptor;
-    if (m_busy)
+    if (!mayRelay())
         return;
     m_busyTimer.stop();
     startRelay();
+}
+
+/// The framework ends the process when it finds no descriptor for a new thread, so a connection waits until there are
+/// enough for its job. The other printers' jobs may not have taken theirs yet.
+bool PrinterServer::mayRelay() const
+{
+    if (m_busy)
+        return false;
+    if (descriptorsAreLeft(descriptorsOfJob * (busyServers + 1)))
+        return true;
+    qWarning() << "PrinterServer: too few descriptors are left for a relay";
+    return false;
 }
 
 void PrinterServer::startRelay()

@@ -12,8 +12,9 @@
 class RelayLink;
 
 /// Listens for the print jobs of one cloud printer: its spooler queue prints to a TCP port on 127.0.0.1, one connection
-/// a job. Each connection gets a PrinterThread. While a job is in flight one further connection is kept waiting; that
-/// single slot holds the latest one only, which is intended. Main thread, but for cloudResule. The creator listens.
+/// a job. Each connection gets a PrinterThread. While a job is in flight, or too few descriptors are left for one, a
+/// connection is kept waiting; that single slot holds the latest one only, which is intended. Main thread, but for
+/// cloudResule. The creator listens.
 class PrinterServer : public QTcpServer
 {
     Q_OBJECT
@@ -48,6 +49,7 @@ protected:
     void incomingConnection(qintptr handle) override;
 
 private:
+    bool mayRelay() const;
     void startRelay();
     void closePending();
     void resumeLater();

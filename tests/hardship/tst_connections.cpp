@@ -1,0 +1,226 @@
+// What comes in on the ports of the real program besides print jobs: connections that stay, that are broken off, that
+// come by the thousand, and more of them than it has descriptors for.
+
+#include "support/installation.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QTcpSocket>
+#include <QTest>
+
+#include <sys/resource.h>
+#include <sys/socket.h>
+
+#include <memory>
+#include <vector>
+
+namespace {
+
+constexpr int outcomeTime = 15000; // ms
+
+using Connection = std::unique_ptr<QTcpSocket>;
+
+/// Raises what this process may open to what the system allows.
+void allowManyDescriptors()
+{
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = limit.rlim_max;
+    setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+void reset(QTcpSocket &socket)
+{
+    const linger atOnce{1, 0};
+    setsockopt(int(socket.socketDescriptor()), SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+    socket.abort();
+}
+
+} // namespace
+
+class ConnectionsTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { allowManyDescriptors(); }
+    void init();
+    void cleanup();
+
+    void stay();
+    void areRubbish_data();
+    void areRubbish();
+    void useUpTheDescriptors_data();
+    void useUpTheDescriptors();
+
+private:
+    Connection open(int printer, const QByteArray &bytes = {}) const;
+    void expectOutcomes(const QVector<int> &printers);
+    int logged(const QString &text) { return m_installation->folder().log().count(text); }
+    int entries(const QString &folder) const;
+    void limitDescriptors(int left) const;
+
+    std::unique_ptr<Installation> m_installation;
+    QProcess *m_program = nullptr;
+    int m_round = 0;
+};
+
+void ConnectionsTest::init()
+{
+    m_installation = std::make_unique<Installation>();
+    QVERIFY(m_installation->addPrinters({"flooded", "held", "other"}));
+    QVERIFY(m_installation->startCloud({"--polls", "0"}));
+    m_program = m_installation->startProgram();
+    // Each card has had its device's state, and with it what it opens for good.
+    QTRY_COMPARE_WITH_TIMEOUT(logged("QJsonObject("), 3, 10000);
+}
+
+void ConnectionsTest::cleanup()
+{
+    QCOMPARE(m_program->state(), QProcess::Running);
+    m_installation.reset();
+}
+
+Connection ConnectionsTest::open(int printer, const QByteArray &bytes) const
+{
+    auto socket = std::make_unique<QTcpSocket>();
+    socket->connectToHost("127.0.0.1", m_installation->port(printer));
+    if (!socket->waitForConnected())
+        QTest::qFail("nobody accepts", __FILE__, __LINE__);
+    socket->write(bytes);
+    socket->flush();
+    return socket;
+}
+
+/// Prints on each of the printers through the spooler; the jobs are known by their sizes.
+void ConnectionsTest::expectOutcomes(const QVector<int> &printers)
+{
+    const int size = 1000 + ++m_round;
+    for (const int printer : printers)
+        QVERIFY(m_installation->print(printer, "document", QByteArray(size, 'x')));
+    for (const int printer : printers)
+        QTRY_VERIFY_WITH_TIMEOUT(m_installation->hasRecord(printer, QString(";打印成功;%1;").arg(size)), outcomeTime);
+}
+
+/// In a folder of the program's process: "fd" has its descriptors, "task" its threads.
+int ConnectionsTest::entries(const QString &folder) const
+{
+    return QDir(QString("/proc/%1/%2").arg(m_program->processId()).arg(folder))
+        .entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot)
+        .size();
+}
+
+void ConnectionsTest::stay()
+{
+    constexpr int flooded = 0;
+    constexpr int held = 1;
+    constexpr int other = 2;
+    constexpr int relayTime = 30000; // ms that a connection may stay open
+    constexpr int ofTwoRelays = 12;  // descriptors and threads, with those that wait
+    constexpr int thousand = 1000;
+
+    expectOutcomes({other});
+    const int relays = logged("run finished");
+    const int descriptors = entries("fd");
+    const int threads = entries("task");
+
+    std::vector<Connection> idle;
+    for (int i = 0; i < thousand; ++i)
+        idle.push_back(open(flooded));
+    const Connection oneByte = open(held, "x");
+    QElapsedTimer sinceLast;
+    sinceLast.start();
+    QVERIFY(m_installation->print(held, "waits behind the byte", "later"));
+    expectOutcomes({other});
+    QVERIFY2(entries("fd") <= descriptors + ofTwoRelays, qPrintable(QString::number(entries("fd") - descriptors)));
+    QVERIFY2(entries("task") <= threads + ofTwoRelays, qPrintable(QString::number(entries("task") - threads)));
+
+    QTRY_COMPARE_WITH_TIMEOUT(logged("run finished"), relays + 3, relayTime + 5000);
+    QVERIFY2(sinceLast.elapsed() > relayTime - 3000, qPrintable(QString::number(sinceLast.elapsed())));
+    // Of the flood the first had the relay, the last waits; all others have been replaced and closed.
+    QTRY_COMPARE(std::count_if(idle.begin(), idle.end(),
+                               [](const Connection &one) { return one->state() == QTcpSocket::ConnectedState; }),
+                 1);
+    QCOMPARE(idle.back()->state(), QTcpSocket::ConnectedState);
+    QTRY_COMPARE(oneByte->state(), QTcpSocket::UnconnectedState);
+
+    // Nothing was submitted, so nobody frees these two printers until the next start. Intended.
+    QVERIFY(m_installation->print(flooded, "waits behind the flood", "later"));
+    expectOutcomes({other});
+    QTest::qWait(3000);
+    QVERIFY(m_installation->records(flooded).isEmpty());
+    QVERIFY(m_installation->records(held).isEmpty());
+    QCOMPARE(m_installation->posts().size(), 3);
+    QTRY_VERIFY2(entries("fd") <= descriptors + 2, qPrintable(QString::number(entries("fd") - descriptors)));
+    QTRY_VERIFY2(entries("task") <= threads, qPrintable(QString::number(entries("task") - threads)));
+}
+
+void ConnectionsTest::areRubbish_data()
+{
+    QTest::addColumn<int>("count");
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<bool>("isReset");
+    QTest::newRow("port scan") << 1 << QByteArray() << false;
+    QTest::newRow("many port scans") << 50 << QByteArray() << false;
+    QTest::newRow("another protocol") << 1 << QByteArray("GET / HTTP/1.1\r\nHost: x\r\n\r\n") << false;
+    QTest::newRow("zero bytes") << 1 << QByteArray(100000, '\0') << false;
+    QTest::newRow("reset at once") << 1 << QByteArray() << true;
+    QTest::newRow("many resets with bytes") << 50 << QByteArray(1000, '\xff') << true;
+}
+
+void ConnectionsTest::areRubbish()
+{
+    QFETCH(int, count);
+    QFETCH(QByteArray, bytes);
+    QFETCH(bool, isReset);
+    for (int i = 0; i < count; ++i) {
+        const Connection socket = open(0, bytes);
+        if (isReset)
+            reset(*socket);
+        else
+            socket->disconnectFromHost();
+    }
+    // Whatever comes is a job: the first is relayed, and of those that come meanwhile the last.
+    const int jobs = qMin(count, 2);
+    QTRY_VERIFY_WITH_TIMEOUT(m_installation->records(0).size() >= jobs, outcomeTime);
+    const QString outcome = QString(";打印成功;%1;").arg(bytes.size());
+    QVERIFY(isReset || m_installation->hasRecord(0, outcome));
+    expectOutcomes({0, 1});
+}
+
+/// Leaves the program so many descriptors that it can still open.
+void ConnectionsTest::limitDescriptors(int left) const
+{
+    const QDir open(QString("/proc/%1/fd").arg(m_program->processId()));
+    rlim_t number = 0;
+    for (int unused = 0; unused < left || open.exists(QString::number(number)); ++number)
+        unused += !open.exists(QString::number(number));
+    rlimit limit{};
+    const auto program = pid_t(m_program->processId());
+    prlimit(program, RLIMIT_NOFILE, nullptr, &limit);
+    limit.rlim_cur = number;
+    QCOMPARE(prlimit(program, RLIMIT_NOFILE, &limit, nullptr), 0);
+}
+
+void ConnectionsTest::useUpTheDescriptors_data()
+{
+    QTest::addColumn<int>("left");
+    for (const int left : {0, 1, 2, 4, 8, 16, 32})
+        QTest::addRow("%d left", left) << left;
+}
+
+void ConnectionsTest::useUpTheDescriptors()
+{
+    QFETCH(int, left);
+    limitDescriptors(left);
+    for (int i = 0; i < 20; ++i)
+        for (int printer = 0; printer < 3; ++printer)
+            open(printer)->disconnectFromHost();
+    QTest::qWait(1500); // as long as a result is first asked for, which takes descriptors, too
+    QCOMPARE(m_program->state(), QProcess::Running);
+    limitDescriptors(1000);
+    expectOutcomes({0, 1, 2});
+}
+
+QTEST_GUILESS_MAIN(ConnectionsTest)
+#include "tst_connections.moc"
