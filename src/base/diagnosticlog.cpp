@@ -1,12 +1,13 @@
 #include "base/diagnosticlog.h"
 
+#include "base/textfile.h"
+
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QDebug>
 #include <QDir>
 #include <QFile>
 #include <QMutex>
-#include <QTextStream>
 
 #include <cstdlib>
 
@@ -42,12 +43,7 @@ void appendLine(const QString &fileName, const QString &line)
     QFile file(fileName);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Append))
         return;
-    {
-        QTextStream stream(&file);
-        stream << line << "\r\n";
-    }
-    file.flush();
-    file.close();
+    appendWhole(file, line + QStringLiteral("\r\n"));
 }
 
 } // namespace

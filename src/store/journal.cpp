@@ -1,5 +1,7 @@
 #include "store/journal.h"
 
+#include "base/textfile.h"
+
 #include <QCoreApplication>
 #include <QDate>
 #include <QDebug>
@@ -45,12 +47,7 @@ void appendDetail(const QString &key, const QString &record)
         logFileError(file);
         return;
     }
-    {
-        QTextStream stream(&file);
-        stream << record << recordEnd;
-    }
-    file.flush();
-    file.close();
+    appendWhole(file, record + recordEnd);
 }
 
 QString readDetails(const QString &key)

@@ -11,7 +11,8 @@ namespace Journal {
 /// Full path of today's file of a printer.
 QString detailFileName(const QString &key);
 
-/// Appends one record. A file that cannot be opened is logged and the record dropped.
+/// Appends one record. A file that cannot be opened is logged and the record dropped; one that the disk has no room for
+/// is dropped, too.
 void appendDetail(const QString &key, const QString &record);
 
 /// Today's records with their terminators; empty, and logged, when there is no file.

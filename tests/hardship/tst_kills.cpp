@@ -2,6 +2,7 @@
 // stays whole. ORVO_KILLS is the number of kills, ORVO_SEED repeats a run.
 
 #include "../endtoend/user.h"
+#include "storecontent.h"
 #include "textpieces.h"
 
 #include "support/installation.h"
@@ -10,8 +11,6 @@
 #include <QJsonObject>
 #include <QRandomGenerator>
 #include <QSet>
-#include <QSqlDatabase>
-#include <QSqlQuery>
 #include <QTest>
 
 #include <future>
@@ -164,12 +163,8 @@ private slots:
     void whilePrintersAreStored();
 
 private:
-    QStringList rows();
-    static QString row(int number, const QString &serial);
-
     QRandomGenerator m_random;
     int m_kills = 0;
-    QString m_storeFile;
 };
 
 void KillsTest::initTestCase()
@@ -213,45 +208,16 @@ void KillsTest::whileJobsRun()
     QCOMPARE(jobs.size(), posts.size());
 }
 
-/// What the store's own check says, and the rows of all printers.
-QStringList KillsTest::rows()
-{
-    QStringList rows;
-    {
-        QSqlDatabase database = QSqlDatabase::addDatabase("QSQLITE", "test");
-        database.setDatabaseName(m_storeFile);
-        database.open();
-        QSqlQuery check("pragma integrity_check", database);
-        rows << (check.next() ? check.value(0).toString() : "no answer");
-        QSqlQuery query("select printer_name, driver_name, cloud_sn, port_name, port_num, ip from driver order by id",
-                        database);
-        while (query.next()) {
-            QStringList row;
-            for (int column = 0; column < 6; ++column)
-                row << query.value(column).toString();
-            rows << row.join(';');
-        }
-    }
-    QSqlDatabase::removeDatabase("test");
-    return rows;
-}
-
-/// The row of a printer that the user has added.
-QString KillsTest::row(int number, const QString &serial)
-{
-    return QString("Desk %1;Orvo OX-410T;%2;OXCloud00%1;810%1;127.0.0.1").arg(number).arg(serial);
-}
-
 void KillsTest::whilePrintersAreStored()
 {
     constexpr int mostPrinters = 9;
     ProgramFolder folder;
     User user(folder);
-    m_storeFile = folder.path("task.db");
+    const QString storeFile = folder.path("task.db");
     user.startProgram();
     user.addPrinter("Desk 1", "00000000000000AA");
-    QStringList stored{"ok", row(1, "00000000000000AA")};
-    QTRY_COMPARE(rows(), stored);
+    QStringList stored{"ok", storedPrinter(1, "00000000000000AA")};
+    QTRY_COMPARE(storeContent(storeFile), stored);
     user.program()->kill();
     QVERIFY(user.program()->waitForFinished());
 
@@ -263,10 +229,10 @@ void KillsTest::whilePrintersAreStored()
         user.startProgram();
         if (kill % 4 == 0 && printers < mostPrinters) {
             ++printers;
-            changed << row(printers, serial);
+            changed << storedPrinter(printers, serial);
             user.addPrinter(QString("Desk %1").arg(printers), serial);
         } else {
-            changed[1] = row(1, serial);
+            changed[1] = storedPrinter(1, serial);
             user.clickOnCard("modifyButton");
             user.typeOnCard("cloudSerial", serial);
             user.clickOnCard("modifyButton");
@@ -274,7 +240,7 @@ void KillsTest::whilePrintersAreStored()
         QTest::qWait(m_random.bounded(kill % 2 ? 300 : 30));
         user.program()->kill();
         QVERIFY(user.program()->waitForFinished());
-        const QStringList found = rows();
+        const QStringList found = storeContent(storeFile);
         QVERIFY2(found == stored || found == changed, qPrintable(found.join('\n')));
         changes += found == changed;
         stored = found;
