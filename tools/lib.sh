@@ -20,6 +20,7 @@ build_packages=(
 test_packages=(
     fonts-noto-cjk               # for the tests that look at what is drawn
     xvfb openbox trayer xdotool  # a display with a window manager and a tray, and a hand
+    iproute2                     # a second network, from which nobody may reach the program
 )
 # shellcheck disable=SC2034
 run_packages=(

@@ -5,6 +5,7 @@
 
 #include <QDir>
 #include <QElapsedTimer>
+#include <QNetworkInterface>
 #include <QTcpSocket>
 #include <QTest>
 
@@ -47,6 +48,7 @@ private slots:
     void init();
     void cleanup();
 
+    void comeFromThisMachineOnly();
     void stay();
     void areRubbish_data();
     void areRubbish();
@@ -108,6 +110,19 @@ int ConnectionsTest::entries(const QString &folder) const
     return QDir(QString("/proc/%1/%2").arg(m_program->processId()).arg(folder))
         .entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot)
         .size();
+}
+
+void ConnectionsTest::comeFromThisMachineOnly()
+{
+    QList<QHostAddress> others = QNetworkInterface::allAddresses();
+    QVERIFY(others.removeOne(QHostAddress::LocalHost));
+    others << QHostAddress("127.0.0.2"); // the loopback device has it, too
+    for (const QHostAddress &address : qAsConst(others)) {
+        QTcpSocket socket;
+        socket.connectToHost(address, m_installation->port(0));
+        QVERIFY2(!socket.waitForConnected(2000), qPrintable(address.toString()));
+    }
+    expectOutcomes({0});
 }
 
 void ConnectionsTest::stay()
