@@ -12,6 +12,7 @@
 #include <sched.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstring>
 
 namespace {
@@ -19,6 +20,8 @@ namespace {
 const QString hostAddress = "198.18.0.1"; // of the program's machine
 const QString otherAddress = "198.18.0.2";
 constexpr int prefix = 30;
+
+int networkError = 0; // why this process has no network of its own
 
 QString failure(const QString &command, const QStringList &arguments)
 {
@@ -37,19 +40,20 @@ void write(const char *fileName, const QByteArray &text)
         qWarning("%s cannot be written", fileName);
 }
 
-/// Moves this process and its children to come into an empty network; who is not root becomes it in there.
-bool enterOwnNetwork()
+/// Moves this process and its children to come into an empty network; who is not root becomes it in there, which needs
+/// a process without threads. The number of the error, 0 for none.
+int enterOwnNetwork()
 {
     const QByteArray user = QByteArray::number(getuid());
     const QByteArray group = QByteArray::number(getgid());
     if (unshare(CLONE_NEWNET) == 0)
-        return true;
+        return 0;
     if (unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0)
-        return false;
+        return errno;
     write("/proc/self/setgroups", "deny");
     write("/proc/self/uid_map", "0 " + user + " 1");
     write("/proc/self/gid_map", "0 " + group + " 1");
-    return true;
+    return 0;
 }
 
 } // namespace
@@ -72,8 +76,8 @@ private:
 
 void OtherNetworkTest::initTestCase()
 {
-    if (!enterOwnNetwork())
-        QSKIP(QString("NOT RUN: no network of its own for the test: %1").arg(strerror(errno)).toUtf8());
+    if (networkError != 0)
+        QSKIP(qPrintable(QString("NOT RUN: no network of its own for the test: ") + strerror(networkError)));
     const QString problem = setUpNetworks();
     if (!problem.isEmpty())
         QSKIP(("NOT RUN: no second network beside it: " + problem).toUtf8());
@@ -135,5 +139,12 @@ void OtherNetworkTest::nobodyElseCanConnect()
     QCOMPARE(program->state(), QProcess::Running);
 }
 
-QTEST_GUILESS_MAIN(OtherNetworkTest)
+int main(int argc, char *argv[])
+{
+    networkError = enterOwnNetwork();
+    QCoreApplication application(argc, argv);
+    OtherNetworkTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
 #include "tst_othernetwork.moc"

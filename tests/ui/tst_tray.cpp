@@ -1,9 +1,10 @@
 // The real program with a real tray: a display in memory, a window manager, a host for tray icons, and a hand that
 // clicks.
 
-#include "support/programfolder.h"
+#include "support/installation.h"
 
 #include <QStandardPaths>
+#include <QTcpSocket>
 #include <QTest>
 
 namespace {
@@ -40,7 +41,7 @@ private:
     void clickWindow(int x, int y);
 
     std::vector<std::unique_ptr<QProcess>> m_helpers;
-    std::unique_ptr<ProgramFolder> m_folder;
+    std::unique_ptr<Installation> m_installation;
     QProcess *m_program = nullptr;
 };
 
@@ -55,7 +56,7 @@ void TrayTest::initTestCase()
 
 void TrayTest::cleanup()
 {
-    m_folder.reset();
+    m_installation.reset();
     while (!m_helpers.empty()) { // the display last
         m_helpers.back()->terminate();
         m_helpers.back()->waitForFinished();
@@ -81,8 +82,9 @@ void TrayTest::startProgram()
     QVERIFY(m_helpers.back()->waitForReadyRead(10000));
     qputenv("DISPLAY", ':' + m_helpers.back()->readLine().trimmed());
     startHelper("openbox");
-    m_folder = std::make_unique<ProgramFolder>();
-    m_program = m_folder->start("OrvoCloudManager");
+    m_installation = std::make_unique<Installation>();
+    QVERIFY(m_installation->addPrinters({"held"}));
+    m_program = m_installation->startProgram();
     QTRY_VERIFY_WITH_TIMEOUT(shows(mainWindow), 10000);
 }
 
@@ -184,9 +186,16 @@ void TrayTest::menuEndsTheProgram()
     chooseInMenu("Up");
     QTRY_VERIFY(shows(exitQuestion));
     QTest::qWait(500); // the window manager gives it the keyboard
+    // The relay of a job that does not end is ended, too.
+    QTcpSocket spooler;
+    spooler.connectToHost("127.0.0.1", m_installation->port(0));
+    QVERIFY(spooler.waitForConnected());
+    spooler.write("x");
+    QTRY_VERIFY(m_installation->folder().log().contains("12_PrinterThread init"));
     hand({"key", "Return"});
-    QVERIFY(m_program->waitForFinished(10000));
+    QVERIFY(m_program->waitForFinished(3000));
     QCOMPARE(m_program->exitCode(), 0);
+    QVERIFY(m_installation->folder().log().contains("92_PrinterThread"));
 }
 
 QTEST_GUILESS_MAIN(TrayTest)
