@@ -47,10 +47,15 @@ ProgramFolder::ProgramFolder()
 
 ProgramFolder::~ProgramFolder()
 {
+    // Asked first: only a process that ends by itself is searched for leaks.
     for (const auto &process : m_processes)
+        process->terminate();
+    for (const auto &process : m_processes) {
+        if (process->waitForFinished(endTimeout))
+            continue;
         process->kill();
-    for (const auto &process : m_processes)
         process->waitForFinished(endTimeout);
+    }
 }
 
 QString ProgramFolder::path(const QString &name) const
