@@ -26,9 +26,22 @@ target_compile_definitions(orvo_settings INTERFACE
   NOMINMAX WIN32_LEAN_AND_MEAN UNICODE _UNICODE
   QT_NO_NARROWING_CONVERSIONS_IN_CONNECT
   QT_DEPRECATED_WARNINGS QT_DISABLE_DEPRECATED_BEFORE=0x050F00)
+set(options_of_address -fsanitize=address,undefined -fno-sanitize-recover=undefined)
+set(options_of_thread -fsanitize=thread)
 if(ORVO_SANITIZE)
-  target_compile_options(orvo_settings INTERFACE -fsanitize=address,undefined -fno-omit-frame-pointer)
-  target_link_options(orvo_settings INTERFACE -fsanitize=address,undefined)
+  if(NOT DEFINED options_of_${ORVO_SANITIZE})
+    message(FATAL_ERROR "ORVO_SANITIZE is address, thread or empty, not \"${ORVO_SANITIZE}\"")
+  endif()
+  target_compile_options(orvo_settings INTERFACE ${options_of_${ORVO_SANITIZE}} -fno-omit-frame-pointer)
+  target_link_options(orvo_settings INTERFACE ${options_of_${ORVO_SANITIZE}})
+endif()
+
+# For executables that the framework is part of: lets the thread sanitizer see what the framework does.
+add_library(tsan_qt INTERFACE)
+if(ORVO_SANITIZE STREQUAL "thread")
+  add_library(tsan_qt_objects OBJECT ${CMAKE_SOURCE_DIR}/tests/support/tsanqt.cpp)
+  target_link_libraries(tsan_qt_objects PRIVATE Qt5::Core orvo_settings)
+  target_link_libraries(tsan_qt INTERFACE $<TARGET_OBJECTS:tsan_qt_objects>)
 endif()
 
 # The Win32 API: the platform's on Windows; elsewhere Wine's declarations over the emulator's functions.

@@ -18,7 +18,10 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <memory>
+#include <thread>
+#include <vector>
 
 namespace {
 
@@ -122,6 +125,7 @@ private slots:
     void connectionStaysOpen();
     void stopsListening();
     void acceptsAgainAfterDescriptorsRanOut();
+    void nothingIsDeliveredToAServerThatGoes();
 
 private:
     void setCloudOptions(bool keepRawBodies, int delayMs);
@@ -342,6 +346,30 @@ void CaptureTest::acceptsAgainAfterDescriptorsRanOut()
     setrlimit(RLIMIT_NOFILE, &before);
     QTRY_COMPARE_WITH_TIMEOUT(capture.answers.size(), 1, 5000);
     QCOMPARE(m_cloud->jobs().first().bytes, QByteArray("late"));
+}
+
+void CaptureTest::nothingIsDeliveredToAServerThatGoes()
+{
+    PrinterServer server(record("前台"));
+    RelayLink link(&server);
+    std::atomic<int> delivered = 0;
+    std::atomic<bool> stop = false;
+    connect(&server, &PrinterServer::cloudResule, [&] { ++delivered; });
+    std::vector<std::thread> relays;
+    for (int i = 0; i < 4; ++i) {
+        relays.emplace_back([&] {
+            while (!stop)
+                link.deliver(QNetworkReply::NoError, {});
+        });
+    }
+    QTRY_VERIFY(delivered > 100);
+    link.detach();
+    const int before = delivered;
+    QTest::qWait(20);
+    stop = true;
+    for (std::thread &relay : relays)
+        relay.join();
+    QCOMPARE(int(delivered), before);
 }
 
 QTEST_GUILESS_MAIN(CaptureTest)

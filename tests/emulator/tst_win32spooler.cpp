@@ -7,6 +7,10 @@
 
 #include "win32/control.h"
 
+#include <atomic>
+#include <thread>
+#include <vector>
+
 namespace {
 
 const QString queueName = "前台 Café";
@@ -120,6 +124,26 @@ private slots:
         QVERIFY(SetPrinterW(queue, 0, nullptr, PRINTER_CONTROL_PURGE));
         QVERIFY(information(queue).isEmpty());
         QCOMPARE(GetLastError(), DWORD(ERROR_PRINTER_DELETED));
+    }
+
+    void threadsDoNotDisturbEachOther()
+    {
+        std::atomic<int> faults = 0;
+        const auto use = [&] {
+            for (int i = 0; i < 250; ++i) {
+                const OpenQueue queue(PRINTER_ACCESS_USE);
+                if (information(queue).isEmpty() ||
+                    errorOf(SetPrinterW(queue, 0, nullptr, PRINTER_CONTROL_PURGE)) != ERROR_ACCESS_DENIED)
+                    ++faults;
+            }
+        };
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 4; ++i)
+            threads.emplace_back(use);
+        for (std::thread &thread : threads)
+            thread.join();
+        QCOMPARE(int(faults), 0);
+        QCOMPARE(Win32Emulator::openHandles(), 0);
     }
 };
 

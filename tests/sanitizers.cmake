@@ -1,0 +1,39 @@
+# What the tests run with when they are built with a sanitizer (ORVO_SANITIZE): sanitizer_environment and
+# sanitizer_launcher, for orvo_test(); and two tests around all others that see to the reports.
+
+# A process that is killed, or whose output and exit code nobody looks at, still leaves its report here.
+set(sanitizer_reports ${CMAKE_BINARY_DIR}/sanitizer-reports)
+set(report_options "log_path=${sanitizer_reports}/report:log_exe_name=1")
+
+if(ORVO_SANITIZE STREQUAL "address")
+  set(sanitizer_environment
+    "ASAN_OPTIONS=detect_leaks=1:${report_options}"
+    "LSAN_OPTIONS=suppressions=${CMAKE_CURRENT_LIST_DIR}/leaks.supp:print_suppressions=0"
+    "UBSAN_OPTIONS=print_stacktrace=1")
+elseif(ORVO_SANITIZE STREQUAL "thread")
+  # The framework is built without this sanitizer, which sees its calls of intercepted functions (memcpy, free) but
+  # hardly what orders them, and would report every object that an event hands over to another thread. Its containers
+  # look with a relaxed load whether they still share their content. With these options no report needs suppressing.
+  set(sanitizer_environment
+    "TSAN_OPTIONS=ignore_interceptors_accesses=1:force_seq_cst_atomics=1:${report_options}")
+endif()
+
+# The sanitizers of GCC 12 need their part of the address space free: with more random bits than this the system now and
+# then maps something into it.
+set(supported_random_bits 28)
+set(random_bits 0)
+if(EXISTS /proc/sys/vm/mmap_rnd_bits)
+  file(STRINGS /proc/sys/vm/mmap_rnd_bits random_bits)
+endif()
+set(sanitizer_launcher "")
+if(ORVO_SANITIZE AND random_bits GREATER supported_random_bits)
+  set(sanitizer_launcher setarch -R)
+endif()
+
+if(ORVO_SANITIZE)
+  set(script ${CMAKE_CURRENT_LIST_DIR}/sanitizer_reports.cmake)
+  add_test(NAME no_old_reports COMMAND ${CMAKE_COMMAND} -DREPORTS=${sanitizer_reports} -DCLEAR=ON -P ${script})
+  add_test(NAME no_reports COMMAND ${CMAKE_COMMAND} -DREPORTS=${sanitizer_reports} -P ${script})
+  set_tests_properties(no_old_reports PROPERTIES FIXTURES_SETUP sanitizer_reports)
+  set_tests_properties(no_reports PROPERTIES FIXTURES_CLEANUP sanitizer_reports)
+endif()
