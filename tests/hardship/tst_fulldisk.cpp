@@ -1,9 +1,9 @@
 // The disk fills up under the running program: what it cannot write is dropped as a whole, and nothing else suffers.
 
-#include "../endtoend/user.h"
 #include "storecontent.h"
 #include "textpieces.h"
 
+#include "endtoend/user.h"
 #include "support/installation.h"
 
 #include <QFile>
@@ -40,7 +40,7 @@ void FullDiskTest::initTestCase()
     folder.setEnvironment("LD_PRELOAD", qEnvironmentVariable("FULL_DISK_LIBRARY"));
     // A sanitizer's library wants to be the first.
     folder.setEnvironment("ASAN_OPTIONS", qEnvironmentVariable("ASAN_OPTIONS") + ":verify_asan_link_order=0");
-    m_user.startProgram();
+    QVERIFY(m_user.startProgram());
 }
 
 void FullDiskTest::print(const QString &queue, int size)
@@ -57,7 +57,7 @@ void FullDiskTest::dropsWhatItCannotWrite()
 {
     const QStringList serials{"00000000000000AA", "00000000000000BB", "00000000000000CC"};
     ProgramFolder &folder = m_installation.folder();
-    m_user.addPrinter("Desk 1", serials[0]);
+    QVERIFY(m_user.addPrinter("Desk 1", serials[0]));
     print("Desk 1", 1);
     QTRY_VERIFY_WITH_TIMEOUT(journal(serials[0]).contains(";打印成功;1;"), outcomeTime);
 
@@ -68,7 +68,7 @@ void FullDiskTest::dropsWhatItCannotWrite()
     expectJobs(2);
     print("Desk 1", 3); // once the printer is free again
     expectJobs(3);
-    m_user.addPrinter("Desk 2", serials[1]);
+    QVERIFY(m_user.addPrinter("Desk 2", serials[1]));
     print("Desk 2", 4);
     expectJobs(4);
     QTest::qWait(1500); // until that job is at its end, too
@@ -79,7 +79,7 @@ void FullDiskTest::dropsWhatItCannotWrite()
     print("Desk 2", 6);
     QTRY_VERIFY_WITH_TIMEOUT(journal(serials[0]).contains(";打印成功;5;"), outcomeTime);
     QTRY_VERIFY_WITH_TIMEOUT(journal(serials[1]).contains(";打印成功;6;"), outcomeTime);
-    m_user.addPrinter("Desk 3", serials[2]);
+    QVERIFY(m_user.addPrinter("Desk 3", serials[2]));
     QTRY_COMPARE(storeContent(folder.path("task.db")),
                  (QStringList{"ok", storedPrinter(1, serials[0]), storedPrinter(3, serials[2])}));
     QCOMPARE(m_user.program()->state(), QProcess::Running);

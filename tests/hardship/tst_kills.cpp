@@ -1,10 +1,10 @@
 // The program is killed at random moments, over and over: it starts again, serves its printers, and what it writes
 // stays whole. ORVO_KILLS is the number of kills, ORVO_SEED repeats a run.
 
-#include "../endtoend/user.h"
 #include "storecontent.h"
 #include "textpieces.h"
 
+#include "endtoend/user.h"
 #include "support/installation.h"
 
 #include <QJsonDocument>
@@ -214,8 +214,8 @@ void KillsTest::whilePrintersAreStored()
     ProgramFolder folder;
     User user(folder);
     const QString storeFile = folder.path("task.db");
-    user.startProgram();
-    user.addPrinter("Desk 1", "00000000000000AA");
+    QVERIFY(user.startProgram());
+    QVERIFY(user.addPrinter("Desk 1", "00000000000000AA"));
     QStringList stored{"ok", storedPrinter(1, "00000000000000AA")};
     QTRY_COMPARE(storeContent(storeFile), stored);
     user.program()->kill();
@@ -226,11 +226,11 @@ void KillsTest::whilePrintersAreStored()
     for (int kill = 0; kill < m_kills / 5 && !QTest::currentTestFailed(); ++kill) {
         const QString serial = QString("%1").arg(kill, 16, 16, QChar('0')).toUpper();
         QStringList changed = stored;
-        user.startProgram();
+        QVERIFY(user.startProgram());
         if (kill % 4 == 0 && printers < mostPrinters) {
             ++printers;
             changed << storedPrinter(printers, serial);
-            user.addPrinter(QString("Desk %1").arg(printers), serial);
+            QVERIFY(user.addPrinter(QString("Desk %1").arg(printers), serial));
         } else {
             changed[1] = storedPrinter(1, serial);
             user.clickOnCard("modifyButton");
