@@ -4,7 +4,6 @@
 #include "cloud/protocol.h"
 
 #include <QDebug>
-#include <QJsonObject>
 #include <QNetworkAccessManager>
 #include <QNetworkRequest>
 #include <QUrl>
@@ -72,11 +71,7 @@ QJsonDocument Cloud::answer(QNetworkReply *reply) const
     return jd;
 }
 
-void Cloud::report(QNetworkReply::NetworkError error, QJsonDocument jd)
+void Cloud::report(QNetworkReply::NetworkError error, const QJsonDocument &answer)
 {
-    QJsonObject object = jd.object();
-    object.insert(CloudProtocol::Key::jobneed, m_jobLabel);
-    object.insert(CloudProtocol::Key::jobSize, m_jobSize);
-    jd.setObject(object);
-    emit cloudResule(error, jd);
+    emit cloudResule(error, CloudProtocol::submissionResult(answer, m_jobLabel, m_jobSize));
 }

@@ -38,7 +38,7 @@ public slots:
 private:
     QNetworkRequest submission(const QUrl &url, qint64 bodySize) const;
     QJsonDocument answer(QNetworkReply *reply) const;
-    void report(QNetworkReply::NetworkError error, QJsonDocument jd);
+    void report(QNetworkReply::NetworkError error, const QJsonDocument &answer);
 
     QNetworkAccessManager *m_manager;
     QNetworkReply *m_reply = nullptr;

@@ -66,6 +66,14 @@ QByteArray deviceStatusBody(const QString &cloudSn)
     return QJsonDocument(QJsonObject{{Key::dsNumber, cloudSn}}).toJson();
 }
 
+QJsonDocument submissionResult(const QJsonDocument &answer, const QString &jobLabel, int jobSize)
+{
+    QJsonObject object = answer.object();
+    object.insert(Key::jobneed, jobLabel);
+    object.insert(Key::jobSize, jobSize);
+    return QJsonDocument(object);
+}
+
 bool isUsable(const QJsonDocument &answer)
 {
     return !answer.isEmpty() && !answer.isArray();
@@ -74,6 +82,11 @@ bool isUsable(const QJsonDocument &answer)
 QString veltraId(const QJsonDocument &answer)
 {
     return answer.object().value(Key::data).toObject().value(Key::veltraId).toString();
+}
+
+QUrl resultUrl(const QString &baseAddress, const QString &veltraId)
+{
+    return QUrl::fromUserInput(baseAddress + resultPath + veltraId);
 }
 
 JobResult jobResult(const QJsonDocument &answer, const QString &cloudSn)

@@ -5,6 +5,7 @@
 #include <QJsonObject>
 #include <QLatin1String>
 #include <QString>
+#include <QUrl>
 
 /// The wire format of the cloud print service: HTTP with JSON bodies, without authentication. Pure functions, callable
 /// on any thread. The HTTP status never decides anything: what counts is the network error code and the answer's JSON.
@@ -65,11 +66,18 @@ QByteArray submissionBody(const QString &cloudSn, const QByteArray &job);
 /// Body of a device status request.
 QByteArray deviceStatusBody(const QString &cloudSn);
 
+/// What is passed on of the answer to a submission: its object, or an empty one when there is none, with the job's
+/// label and its length in bytes put into it.
+QJsonDocument submissionResult(const QJsonDocument &answer, const QString &jobLabel, int jobSize);
+
 /// False for an answer that says nothing: no JSON, or an array.
 bool isUsable(const QJsonDocument &answer);
 
 /// The job identifier in the answer to a submission; empty when there is none.
 QString veltraId(const QJsonDocument &answer);
+
+/// Where to ask for a job's result. The identifier follows as the service gave it.
+QUrl resultUrl(const QString &baseAddress, const QString &veltraId);
 
 /// Reads the answer to a result request for a job of the printer `cloudSn`.
 JobResult jobResult(const QJsonDocument &answer, const QString &cloudSn);

@@ -5,12 +5,11 @@
 #include <QDebug>
 #include <QNetworkAccessManager>
 #include <QNetworkRequest>
-#include <QUrl>
 
 StateThread::StateThread(const QString &baseAddress, const QString &veltraId, QObject *parent)
     : QObject(parent)
     , m_manager(new QNetworkAccessManager(this))
-    , m_address(baseAddress + CloudProtocol::resultPath + veltraId)
+    , m_url(CloudProtocol::resultUrl(baseAddress, veltraId))
 {
     connect(m_manager, &QNetworkAccessManager::finished, this, &StateThread::cloudReceive);
 }
@@ -22,9 +21,8 @@ StateThread::~StateThread()
 
 void StateThread::request()
 {
-    const QUrl url = QUrl::fromUserInput(m_address);
-    m_reply = m_manager->get(QNetworkRequest(url));
-    qDebug() << "25_StateThread 查询打印状态" << url << m_reply;
+    m_reply = m_manager->get(QNetworkRequest(m_url));
+    qDebug() << "25_StateThread 查询打印状态" << m_url << m_reply;
 }
 
 void StateThread::cloudReceive(QNetworkReply *reply)

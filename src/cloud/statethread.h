@@ -3,6 +3,7 @@
 #include <QJsonDocument>
 #include <QNetworkReply>
 #include <QObject>
+#include <QUrl>
 
 class QNetworkAccessManager;
 
@@ -31,5 +32,5 @@ private:
 
     QNetworkAccessManager *m_manager;
     QNetworkReply *m_reply = nullptr;
-    QString m_address;
+    QUrl m_url;
 };
