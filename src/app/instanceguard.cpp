@@ -1,20 +1,20 @@
 #include "app/instanceguard.h"
 
+#include "app/instancemessage.h"
+
 #include <QCryptographicHash>
 #include <QDeadlineTimer>
 #include <QDebug>
 #include <QLocalSocket>
 #include <QThread>
 #include <QTimer>
-#include <QtEndian>
 
 #include <windows.h>
 
 namespace {
 
-constexpr int connectPause = 50;            // ms between attempts: the first instance may not listen yet
-constexpr int connectionLifetime = 5000;    // ms that a sender may take
-constexpr quint32 messageSizeLimit = 65536; // bytes
+constexpr int connectPause = 50;         // ms between attempts: the first instance may not listen yet
+constexpr int connectionLifetime = 5000; // ms that a sender may take
 const QByteArray acknowledgement = QByteArrayLiteral("ack");
 
 /// Local sockets are machine-wide on some systems, so the user session is part of the name.
@@ -24,14 +24,6 @@ QString nameFor(const QString &identifier)
     ProcessIdToSessionId(GetCurrentProcessId(), &session);
     const QByteArray hash = QCryptographicHash::hash(identifier.toUtf8(), QCryptographicHash::Sha1);
     return QStringLiteral("orvocloudmanager-%1-%2").arg(QString::fromLatin1(hash.toHex().left(16))).arg(session, 0, 16);
-}
-
-QByteArray framed(const QString &message)
-{
-    const QByteArray text = message.toUtf8();
-    QByteArray frame(sizeof(quint32), '\0');
-    qToBigEndian(static_cast<quint32>(text.size()), frame.data());
-    return frame + text;
 }
 
 int remaining(const QDeadlineTimer &deadline)
@@ -94,22 +86,18 @@ void InstanceGuard::accept()
 
 void InstanceGuard::receive(QLocalSocket *socket)
 {
-    constexpr qint64 headerSize = sizeof(quint32);
-    if (socket->bytesAvailable() < headerSize)
-        return;
-    const auto size = qFromBigEndian<quint32>(socket->peek(headerSize).constData());
-    if (size > messageSizeLimit) {
+    const InstanceMessage::Reading message = InstanceMessage::read(*socket);
+    if (message.state == InstanceMessage::State::TooLong)
         socket->abort();
+    if (message.state != InstanceMessage::State::Complete)
         return;
-    }
-    if (socket->bytesAvailable() < headerSize + size)
-        return;
-    const QByteArray frame = socket->read(headerSize + size);
+    // One message a connection, whatever comes behind it.
+    disconnect(socket, &QLocalSocket::readyRead, this, nullptr);
     // Answered before the message is acted upon, which may take its time.
     socket->write(acknowledgement);
     socket->flush();
     socket->disconnectFromServer();
-    emit messageReceived(QString::fromUtf8(frame.mid(headerSize)));
+    emit messageReceived(message.text);
 }
 
 bool InstanceGuard::send(const QString &message, int timeout) const
@@ -118,7 +106,7 @@ bool InstanceGuard::send(const QString &message, int timeout) const
     QLocalSocket socket;
     if (!connectTo(socket, m_socketName, deadline))
         return false;
-    socket.write(framed(message));
+    socket.write(InstanceMessage::framed(message));
     while (socket.bytesToWrite() > 0)
         if (!socket.waitForBytesWritten(remaining(deadline)))
             return false;

@@ -10,7 +10,7 @@ class QLocalSocket;
 ///
 /// The guard itself is a named mutex of the platform: the system frees it when the process ends, however it ends, so
 /// there is nothing stale to recognise and two starts in the same instant are told apart. The text goes over a local
-/// socket: its length as 32 bits in network order, its UTF-8 bytes, answered by "ack". Main thread.
+/// socket as an InstanceMessage, answered by "ack". Main thread.
 class InstanceGuard : public QObject
 {
     Q_OBJECT
