@@ -2,6 +2,7 @@
 
 #include "spooler/spooljobs.h"
 #include "store/journal.h"
+#include "ui/detailrows.h"
 
 #include <QCursor>
 #include <QFrame>
@@ -13,41 +14,19 @@
 #include <QToolTip>
 #include <QVBoxLayout>
 
-#include <array>
-
 namespace {
+
+using DetailRows::columns;
 
 constexpr int refreshInterval = 1000; // ms
 constexpr int edge = 10;              // clear border around the frame
 constexpr int titleHeight = 40;
 constexpr int closeSize = 16;
 constexpr int lineHeight = 30;
-constexpr int columnWidth = 100;
-
-struct Column
-{
-    const char *header;
-    int width;
-    int field; // of a record; -1 for the row's own number
-};
-
-// A record has the submission time before the status, the table has it behind the size.
-constexpr std::array<Column, 6> columns{{
-    {"序号", 50, -1},
-    {"文档名称", 120, 0},
-    {"任务状态", 160, 2},
-    {"数据大小", 80, 3},
-    {"提交时间", columnWidth, 1},
-    {"处理时间", columnWidth, 4}, // stretches to the right edge
-}};
 
 QList<QStringList> todaysRecords(const QString &cloudSn)
 {
-    QList<QStringList> records;
-    const QStringList pieces = Journal::readDetails(cloudSn).split(QStringLiteral("!+!"), Qt::SkipEmptyParts);
-    for (const QString &piece : pieces)
-        records.append(piece.split(QLatin1Char(';')));
-    return records;
+    return DetailRows::records(Journal::readDetails(cloudSn));
 }
 
 /// A waiting job with the fields of a journal record.
@@ -134,7 +113,7 @@ void SettingsDlg::styleHeaders()
     font.setPixelSize(14);
     QHeaderView *header = m_table->horizontalHeader();
     header->setFont(font);
-    header->setDefaultSectionSize(columnWidth);
+    header->setDefaultSectionSize(DetailRows::defaultColumnWidth);
     header->setStretchLastSection(true);
     header->setHighlightSections(false);
     for (int column = 0; column < int(columns.size()); ++column) {
@@ -199,12 +178,11 @@ void SettingsDlg::showPendingJobs()
         fillRow(m_journalRows + i, pendingRecord(jobs.at(i)));
 }
 
-/// A record with too few fields leaves the other cells empty.
-void SettingsDlg::fillRow(int row, const QStringList &fields)
+void SettingsDlg::fillRow(int row, const QStringList &record)
 {
-    for (int column = 0; column < int(columns.size()); ++column) {
-        const int field = columns[column].field;
-        const QString text = field < 0 ? QString::number(row + 1) : fields.value(field);
+    const QStringList texts = DetailRows::cells(row, record);
+    for (int column = 0; column < texts.size(); ++column) {
+        const QString &text = texts.at(column);
         if (QTableWidgetItem *item = m_table->item(row, column)) {
             item->setText(text);
             continue;

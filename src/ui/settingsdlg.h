@@ -37,7 +37,7 @@ private:
 
     void takeNextRecord();
     void showPendingJobs();
-    void fillRow(int row, const QStringList &fields);
+    void fillRow(int row, const QStringList &record);
 
     QString m_cloudSn;
     QString m_printerName;
