@@ -23,6 +23,18 @@ bool startsWith(const std::string &text, const std::string &start)
 
 } // namespace
 
+InfDriver readInf(std::istream &inf, const std::string &model)
+{
+    InfDriver driver;
+    for (std::string line; std::getline(inf, line);) {
+        line = trimmed(line);
+        if (startsWith(line, "DriverVer") && line.find(',') != std::string::npos)
+            driver.version = trimmed(line.substr(line.find(',') + 1));
+        driver.namesModel = driver.namesModel || startsWith(line, '"' + model + '"');
+    }
+    return driver;
+}
+
 std::string driverVersion(const std::string &infPath, const std::string &model)
 {
     std::string path = infPath;
@@ -30,19 +42,12 @@ std::string driverVersion(const std::string &infPath, const std::string &model)
     std::ifstream file(path);
     if (!file || std::filesystem::is_directory(path))
         throw std::runtime_error("cannot read the INF file " + path);
-    std::string version;
-    bool namesModel = false;
-    for (std::string line; std::getline(file, line);) {
-        line = trimmed(line);
-        if (startsWith(line, "DriverVer") && line.find(',') != std::string::npos)
-            version = trimmed(line.substr(line.find(',') + 1));
-        namesModel = namesModel || startsWith(line, '"' + model + '"');
-    }
-    if (!namesModel)
+    const InfDriver driver = readInf(file, model);
+    if (!driver.namesModel)
         throw std::runtime_error("the INF file " + path + " does not name the model \"" + model + '"');
-    if (version.empty())
+    if (driver.version.empty())
         throw std::runtime_error("the INF file " + path + " has no driver version");
-    return version;
+    return driver.version;
 }
 
 } // namespace Tools
