@@ -2,6 +2,7 @@
 
 #include "tools/inffile.h"
 #include "tools/printuicommand.h"
+#include "win32/model/database.h"
 #include "win32/model/drivers.h"
 #include "win32/model/jobs.h"
 #include "win32/model/ports.h"
@@ -19,6 +20,7 @@ using namespace Win32Emulator;
 
 void run(const InstallPrinter &command)
 {
+    Model::Transaction transaction; // no driver is left behind when its queue cannot be added
     Model::checkPrinterName(command.name);
     if (!Model::findPort(command.port))
         throw std::runtime_error("there is no port \"" + command.port + '"');
@@ -28,6 +30,7 @@ void run(const InstallPrinter &command)
             Model::addDriver({command.model, "Windows x64", version});
     }
     Model::addPrinterUnderFreeName(command.name, command.port, command.model);
+    transaction.commit();
 }
 
 void run(const PrintTestPage &command)

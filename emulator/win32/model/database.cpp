@@ -152,10 +152,17 @@ int Database::changes() const
     return sqlite3_changes(m_database);
 }
 
+bool Database::isInTransaction() const
+{
+    return sqlite3_get_autocommit(m_database) == 0;
+}
+
 Transaction::Transaction()
     : m_database(Database::current())
+    , m_open(!m_database.isInTransaction())
 {
-    m_database.run("BEGIN IMMEDIATE");
+    if (m_open)
+        m_database.run("BEGIN IMMEDIATE");
 }
 
 Transaction::~Transaction()
@@ -171,7 +178,8 @@ Transaction::~Transaction()
 
 void Transaction::commit()
 {
-    m_database.run("COMMIT");
+    if (m_open)
+        m_database.run("COMMIT");
     m_open = false;
 }
 

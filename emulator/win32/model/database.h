@@ -87,6 +87,7 @@ public:
     void runScript(const char *sql);
 
     std::int64_t lastInsertedId() const;
+    bool isInTransaction() const;
 
 private:
     bool serves(const std::string &folder) const;
@@ -98,7 +99,7 @@ private:
 };
 
 /// A write transaction: rolled back unless committed. It takes the write lock at once, so what is read in it still
-/// holds when it writes.
+/// holds when it writes. Inside another one of the thread it is a part of that, which commits or rolls back for both.
 class Transaction
 {
 public:
@@ -111,7 +112,7 @@ public:
 
 private:
     Database &m_database;
-    bool m_open = true;
+    bool m_open;
 };
 
 } // namespace Win32Emulator::Model
