@@ -43,6 +43,16 @@ if(ORVO_SANITIZE STREQUAL "thread")
   target_link_libraries(tsan_qt_objects PRIVATE Qt5::Core orvo_settings)
   target_link_libraries(tsan_qt INTERFACE $<TARGET_OBJECTS:tsan_qt_objects>)
 endif()
+if(ORVO_FUZZ)
+  # In everything that is linked, so that what an input reaches there leads to the next one.
+  set(sanitizers -fsanitize=fuzzer-no-link,address,undefined)
+  target_compile_options(orvo_settings INTERFACE ${sanitizers} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(orvo_settings INTERFACE ${sanitizers})
+endif()
+if(ORVO_COVERAGE)
+  target_compile_options(orvo_settings INTERFACE -fprofile-instr-generate -fcoverage-mapping)
+  target_link_options(orvo_settings INTERFACE -fprofile-instr-generate)
+endif()
 
 # The Win32 API: the platform's on Windows; elsewhere Wine's declarations over the emulator's functions.
 add_library(win32_api INTERFACE)

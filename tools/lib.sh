@@ -45,6 +45,11 @@ picture_packages=(
     optipng               # the user guide's pictures
 )
 # shellcheck disable=SC2034
+fuzz_packages=(
+    clang libclang-rt-dev # the compiler with the sanitizers and libFuzzer
+    llvm                  # names in stack traces, the lines reached
+)
+# shellcheck disable=SC2034
 check_packages=(clang-format shellcheck)
 
 say() {
