@@ -44,6 +44,14 @@ auto unlessUsageError(Work work) -> std::optional<decltype(work())>
     }
 }
 
+bool contains(const Words &words, const std::string &word)
+{
+    return std::find(words.begin(), words.end(), word) != words.end();
+}
+
+constexpr long long leastPort = 1;
+constexpr long long mostPort = 65535;
+
 void checkArguments(const Words &words)
 {
     const auto arguments = unlessUsageError([&] { return Arguments(words, {"--document", "--port"}); });
@@ -52,15 +60,20 @@ void checkArguments(const Words &words)
     require((words.size() - arguments->count()) % 2 == 0, "an option comes with its value");
     for (std::size_t i = 0; i < arguments->count(); ++i)
         require(arguments->word(i).rfind("--", 0) != 0, "an option is no word");
+    const std::string otherwise = "two\nlines"; // no word here
+    const std::string document = arguments->option("--document", otherwise);
+    require(arguments->has("--document") ? contains(words, document) : document == otherwise,
+            "an option's value is a word, else the default");
+    const auto port = unlessUsageError([&] { return arguments->number("--port", leastPort, leastPort, mostPort); });
+    require(!port || (*port >= leastPort && *port <= mostPort), "an option's number keeps its limits");
 }
 
 void checkNumber(const std::string &word)
 {
-    constexpr long long least = 1, most = 65535;
-    const auto number = unlessUsageError([&] { return parseNumber("--port", word, least, most); });
+    const auto number = unlessUsageError([&] { return parseNumber("--port", word, leastPort, mostPort); });
     if (!number)
         return;
-    require(*number >= least && *number <= most, "a number keeps its limits");
+    require(*number >= leastPort && *number <= mostPort, "a number keeps its limits");
     require(word.find_first_not_of("0123456789") == std::string::npos, "a number is digits only");
 }
 
@@ -89,7 +102,7 @@ void checkParsed(const PrintUiCommand &command, const Words &words)
     const Words own = wordsFor(command);
     require(wordsFor(parsePrintUi(own)) == own, "a command's own words give it again");
     for (const std::string &word : own)
-        require(std::find(words.begin(), words.end(), word) != words.end(), "nothing is made up");
+        require(contains(words, word), "nothing is made up");
 }
 
 /// A port, a driver and queues, one of them with the longest name there may be.
@@ -101,8 +114,16 @@ void prepareMachine()
     Model::addDriver({model, "Windows x64", "1.4.0.1"});
     for (const std::string &name : {std::string("queue"), std::string(220, 'n')})
         Model::addPrinter(name, "OXCloud001", model);
-    std::ofstream(Model::homeFolder() + "/sample.inf")
-        << "DriverVer=03/14/2022,1.4.0.2\n[Models]\n\"Orvo OX-410T\"=A\n\"other\"=B\n";
+    const std::string models = "[Models]\n\"Orvo OX-410T\"=A\n\"other\"=B\n";
+    std::ofstream(Model::homeFolder() + "/sample.inf") << "DriverVer=03/14/2022,1.4.0.2\n" << models;
+    std::ofstream(Model::homeFolder() + "/versionless.inf") << models;
+}
+
+/// No input may make the run read other files of this machine.
+std::string infOfTheMachine(const std::string &asked)
+{
+    const bool isSpecial = asked == "versionless.inf" || asked == "missing.inf";
+    return Model::homeFolder() + '\\' + (isSpecial ? asked : "sample.inf");
 }
 
 using Drivers = std::vector<std::tuple<std::string, std::string>>;
@@ -171,8 +192,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         return 0;
     checkParsed(*command, words);
     auto *install = std::get_if<InstallPrinter>(&*command);
-    if (install && install->inf) // no input may make the run read the files of this machine
-        install->inf = Model::homeFolder() + (install->inf->empty() ? "\\missing.inf" : "\\sample.inf");
+    if (install && install->inf)
+        install->inf = infOfTheMachine(*install->inf);
     checkWork(*command);
     return 0;
 }
