@@ -87,6 +87,7 @@ private:
     static bool isQuiet(const Printer &printer) { return printer.running.isEmpty(); }
 
     // The user.
+    void useEverythingOnce();
     void work();
     void keepConnectionOpen();
     void liveWithPrinter();
@@ -260,6 +261,15 @@ void Soak::print(Printer &printer, qint64 size, Circumstance circumstance)
     printer.sincePrinted.start();
 }
 
+/// What the program loads and keeps when it first shows a dialog or relays a job, such as fonts, is not growth.
+void Soak::useEverythingOnce()
+{
+    for (const auto &printer : m_printers)
+        print(*printer, newSize(), Circumstance::Alone);
+    liveWithPrinter();
+    awaitQuiet();
+}
+
 /// What a user does with printers, again and again.
 void Soak::work()
 {
@@ -401,6 +411,7 @@ bool Soak::run()
         return false;
     }
     m_tick.start(tickInterval);
+    useEverythingOnce();
     QTest::qWait(settlingTime);
     m_start = ProcessFigures::of(m_user.program()->processId());
     m_heartbeat = std::make_unique<Heartbeat>(m_user.display(), m_user.window().toUInt());
@@ -423,7 +434,7 @@ bool Soak::report() const
     };
     const auto count = [&](const char *name, qint64 value) { row(name, QString::number(value)); };
     const auto span = [&](const char *name, double start, double end) {
-        row(name, QStringLiteral("%1 at start, %2 at end").arg(start).arg(end));
+        row(name, QStringLiteral("%1 at the start, %2 at the end").arg(start).arg(end));
     };
     count("jobs printed", balance.jobs);
     row("bytes printed", QStringLiteral("%1 MiB").arg(double(balance.bytes) / kibibyte / kibibyte, 0, 'f', 0));
