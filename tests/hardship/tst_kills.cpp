@@ -1,5 +1,6 @@
 // The program is killed at random moments, over and over: it starts again, serves its printers, and what it writes
-// stays whole. ORVO_KILLS is the number of kills, ORVO_SEED repeats a run.
+// stays whole. ORVO_KILLS is the number of kills, ORVO_SEED the seed; more than three hundred kills want a longer
+// QTEST_FUNCTION_TIMEOUT (ms).
 
 #include "storecontent.h"
 #include "textpieces.h"
@@ -14,6 +15,7 @@
 #include <QTest>
 
 #include <future>
+#include <stdexcept>
 #include <vector>
 
 namespace {
