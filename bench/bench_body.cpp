@@ -2,9 +2,11 @@
 // JSON value of the whole job. Usage: bench_body [MiB], 100 when left out. Exit status 1 when the bodies differ.
 
 #include "cloud/protocol.h"
+#include "support/printjob.h"
+#include "support/processfigures.h"
 
+#include <QCoreApplication>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QJsonArray>
 
 #include <cstdio>
@@ -17,12 +19,13 @@ namespace {
 using Builder = std::function<QByteArray(const QString &, const QByteArray &)>;
 
 constexpr int runs = 3;
+constexpr int mebibyte = 1024 * 1024;
 const QString serial = QStringLiteral("0123456789ABCDEF");
 
 struct Figures
 {
-    qint64 milliseconds = 0;   ///< of the fastest run
-    qint64 extraKilobytes = 0; ///< highest resident memory above what was there before
+    qint64 milliseconds = 0; ///< of the fastest run
+    double extraMemory = 0;  ///< MiB: highest resident memory above what was there before
     QByteArray body;
 };
 
@@ -38,39 +41,21 @@ QByteArray plainBody(const QString &cloudSn, const QByteArray &job)
     return QJsonDocument(object).toJson();
 }
 
-/// A figure of this process in kilobytes.
-qint64 statusFigure(const QByteArray &key)
-{
-    QFile file(QStringLiteral("/proc/self/status"));
-    if (!file.open(QIODevice::ReadOnly))
-        return 0;
-    const QByteArray text = file.readAll();
-    const int from = text.indexOf(key) + key.size();
-    return text.mid(from, text.indexOf("kB", from) - from).trimmed().toLongLong();
-}
-
-/// Makes the kernel forget the highest mark that the process has reached so far.
-void resetPeak()
-{
-    malloc_trim(0);
-    QFile file(QStringLiteral("/proc/self/clear_refs"));
-    if (file.open(QIODevice::WriteOnly))
-        file.write("5");
-}
-
 Figures measure(const Builder &build, const QByteArray &job)
 {
+    const qint64 self = QCoreApplication::applicationPid();
     Figures figures;
     for (int run = 0; run < runs; ++run) {
         figures.body.clear();
-        resetPeak();
-        const qint64 before = statusFigure("VmRSS:");
+        malloc_trim(0);
+        ProcessFigures::resetPeak();
+        const double before = ProcessFigures::memory(self, "VmRSS");
         QElapsedTimer timer;
         timer.start();
         figures.body = build(serial, job);
         const qint64 elapsed = timer.elapsed();
         figures.milliseconds = run == 0 ? elapsed : qMin(figures.milliseconds, elapsed);
-        figures.extraKilobytes = statusFigure("VmHWM:") - before;
+        figures.extraMemory = ProcessFigures::memory(self, "VmHWM") - before;
     }
     return figures;
 }
@@ -78,18 +63,7 @@ Figures measure(const Builder &build, const QByteArray &job)
 void print(const char *name, const Figures &figures, const QByteArray &job)
 {
     std::printf("%-8s %6lld ms, extra memory %.2f times the job\n", name, figures.milliseconds,
-                double(figures.extraKilobytes) * 1024 / job.size());
-}
-
-QByteArray randomJob(int size)
-{
-    QByteArray job(size, Qt::Uninitialized);
-    quint32 state = 1;
-    for (char &byte : job) {
-        state = state * 1664525 + 1013904223;
-        byte = char(state >> 24);
-    }
-    return job;
+                figures.extraMemory * mebibyte / job.size());
 }
 
 } // namespace
@@ -101,7 +75,7 @@ int main(int argc, char *argv[])
         std::fprintf(stderr, "usage: bench_body [MiB]\n");
         return 1;
     }
-    const QByteArray job = randomJob(mebibytes * 1024 * 1024);
+    const QByteArray job = jobBytes(mebibytes * mebibyte);
     const Figures own = measure(CloudProtocol::submissionBody, job);
     const Figures plain = measure(plainBody, job);
     print("program", own, job);

@@ -4,14 +4,15 @@
 // The jobs are sent by other processes, so that only the program's own memory is counted.
 
 #include "capture/printerserver.h"
-#include "support/freeport.h"
+#include "support/ports.h"
+#include "support/printjob.h"
+#include "support/processfigures.h"
+#include "support/samples.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QEventLoop>
-#include <QFile>
 #include <QProcess>
-#include <QTcpSocket>
 #include <QTimer>
 
 #include <algorithm>
@@ -26,48 +27,6 @@ constexpr int answerLimit = 120000; // ms
 constexpr int heartbeat = 5;        // ms
 
 quint16 cloudPort = 0;
-
-QString bin(const QString &name)
-{
-    return QStringLiteral(ORVO_BIN) + QLatin1Char('/') + name;
-}
-
-/// A line "Name: N kB" of /proc/self/status, in MiB.
-double memory(const QByteArray &name)
-{
-    QFile status(QStringLiteral("/proc/self/status"));
-    status.open(QIODevice::ReadOnly);
-    for (QByteArray line = status.readLine(); !line.isEmpty(); line = status.readLine())
-        if (line.startsWith(name + ':'))
-            return line.mid(name.size() + 1).trimmed().split(' ').first().toDouble() / 1024;
-    return 0;
-}
-
-/// Makes the peak count from now on.
-void resetPeak()
-{
-    QFile references(QStringLiteral("/proc/self/clear_refs"));
-    references.open(QIODevice::WriteOnly);
-    references.write("5");
-}
-
-/// The spooler's part, in a process of its own: `size` MiB to a port.
-int send(quint16 port, int size)
-{
-    QTcpSocket socket;
-    socket.connectToHost(QHostAddress::LocalHost, port);
-    if (!socket.waitForConnected())
-        return 1;
-    const QByteArray block(mebibyte, '\x5a');
-    for (int i = 0; i < size; ++i) {
-        socket.write(block);
-        while (socket.bytesToWrite() > 0)
-            if (!socket.waitForBytesWritten())
-                return 1;
-    }
-    socket.disconnectFromHost();
-    return socket.state() == QAbstractSocket::UnconnectedState || socket.waitForDisconnected() ? 0 : 1;
-}
 
 /// Sends `size` MiB to each of `printers` capture servers at once; false when not every job was answered well.
 bool relay(int printers, int size)
@@ -106,13 +65,14 @@ bool relay(int printers, int size)
 bool measureMemory()
 {
     constexpr int size = 100;
+    const qint64 self = QCoreApplication::applicationPid();
     relay(1, 1); // what the first job loads and keeps is not the job's
-    const double idle = memory("VmRSS");
-    resetPeak();
+    const double idle = ProcessFigures::memory(self, "VmRSS");
+    ProcessFigures::resetPeak();
     QElapsedTimer timer;
     timer.start();
     const bool good = relay(1, size);
-    const double peak = memory("VmHWM") - idle;
+    const double peak = ProcessFigures::memory(self, "VmHWM") - idle;
     std::printf("%d MiB job: %lld ms, peak memory %.0f MiB above idle (%.0f MiB) = %.2f times the job\n", size,
                 timer.elapsed(), peak, idle, peak / size);
     return good;
@@ -122,12 +82,12 @@ bool measureHeartbeat()
 {
     constexpr int printers = 8;
     constexpr int size = 20;
-    std::vector<double> late;
+    Samples late;
     QElapsedTimer sinceBeat;
     QTimer beat;
     beat.setTimerType(Qt::PreciseTimer);
     QObject::connect(&beat, &QTimer::timeout, [&] {
-        late.push_back(std::max(0.0, double(sinceBeat.nsecsElapsed()) / 1e6 - heartbeat));
+        late.add(std::max(0.0, double(sinceBeat.nsecsElapsed()) / 1e6 - heartbeat));
         sinceBeat.restart();
     });
     sinceBeat.start();
@@ -137,9 +97,8 @@ bool measureHeartbeat()
     const bool good = relay(printers, size);
     const qint64 elapsed = timer.elapsed();
     beat.stop();
-    std::sort(late.begin(), late.end());
     std::printf("%d jobs of %d MiB: %lld ms; heartbeat late by %.1f ms (99th percentile), %.1f ms (worst) of %zu\n",
-                printers, size, elapsed, late[late.size() * 99 / 100], late.back(), late.size());
+                printers, size, elapsed, late.percentile(99), late.worst(), late.size());
     return good;
 }
 
@@ -156,12 +115,13 @@ int main(int argc, char *argv[])
     QCoreApplication application(argc, argv);
     const QStringList arguments = application.arguments();
     if (arguments.value(1) == QLatin1String("--send"))
-        return send(static_cast<quint16>(arguments.value(2).toUInt()), arguments.value(3).toInt());
+        return sendJob(arguments.value(2).toUShort(), jobBytes(arguments.value(3).toInt() * mebibyte)) ? 0 : 1;
 
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
-    cloudPort = freePort();
+    cloudPort = freePorts(1).front();
     QProcess cloud;
-    cloud.start(bin(QStringLiteral("cloudservice")), {QStringLiteral("--port"), QString::number(cloudPort)});
+    cloud.start(qEnvironmentVariable("ORVO_BIN") + "/cloudservice",
+                {QStringLiteral("--port"), QString::number(cloudPort)});
     if (!cloud.waitForStarted() || !cloud.waitForReadyRead())
         return 1;
     const bool good = measureMemory() & measureHeartbeat();

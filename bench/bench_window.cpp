@@ -6,7 +6,8 @@
 // The cloud is a process of its own, so that only the program's own work is counted.
 
 #include "store/journal.h"
-#include "support/freeport.h"
+#include "support/ports.h"
+#include "support/samples.h"
 #include "ui/appearance.h"
 #include "ui/settingsdlg.h"
 #include "ui/velmainwindow.h"
@@ -24,9 +25,7 @@
 
 #include <sys/resource.h>
 
-#include <algorithm>
 #include <cstdio>
-#include <vector>
 
 namespace {
 
@@ -44,10 +43,10 @@ void addPrinters()
 {
     Win32Emulator::reset();
     Win32Emulator::addDriver();
-    for (int i = 0; i < printers; ++i) {
+    int i = 0;
+    for (const quint16 port : freePorts(printers)) {
         const std::string queue = "printer " + std::to_string(i);
-        const std::string portName = "OXCloud" + std::to_string(101 + i);
-        const quint16 port = freePort();
+        const std::string portName = "OXCloud" + std::to_string(101 + i++);
         Win32Emulator::addPort(portName, "127.0.0.1", port);
         Win32Emulator::addPrinter(queue, portName);
         Win32Emulator::setPrinterData(queue, "CloudId", regSz, serial.toStdString() + '\0');
@@ -79,17 +78,16 @@ double processorTime()
 void measureScrolling(const VelMainWindow &window)
 {
     QScrollBar *bar = window.findChild<QScrollArea *>(QStringLiteral("scrollArea"))->verticalScrollBar();
-    std::vector<double> times;
+    Samples times;
     for (int position = 0; position < bar->maximum(); position += 15) {
         QElapsedTimer timer;
         timer.start();
         bar->setValue(position);
         QCoreApplication::processEvents();
-        times.push_back(milliseconds(timer));
+        times.add(milliseconds(timer));
     }
-    std::sort(times.begin(), times.end());
-    std::printf("scrolling: %.1f ms (95th percentile), %.1f ms (worst) of %zu steps\n", times[times.size() * 95 / 100],
-                times.back(), times.size());
+    std::printf("scrolling: %.1f ms (95th percentile), %.1f ms (worst) of %zu steps\n", times.percentile(95),
+                times.worst(), times.size());
 }
 
 void measureIdling()
@@ -153,9 +151,10 @@ int main(int argc, char *argv[])
     details.mkpath(QStringLiteral("."));
     qputenv("WIN32_EMULATOR_HOME", "bench_window.win32");
 
-    cloudPort = freePort();
+    cloudPort = freePorts(1).front();
     QProcess cloud;
-    cloud.start(QStringLiteral(ORVO_BIN "/cloudservice"), {QStringLiteral("--port"), QString::number(cloudPort)});
+    cloud.start(qEnvironmentVariable("ORVO_BIN") + "/cloudservice",
+                {QStringLiteral("--port"), QString::number(cloudPort)});
     if (!cloud.waitForStarted() || !cloud.waitForReadyRead())
         return 1;
     measureWindow();

@@ -1,5 +1,7 @@
 #include "support/rawhttppeer.h"
 
+#include "support/httphead.h"
+
 #include <QHash>
 #include <QHostAddress>
 #include <QMutex>
@@ -10,19 +12,6 @@
 #include <algorithm>
 
 namespace {
-
-constexpr char headerEnd[] = "\r\n\r\n";
-constexpr int headerEndSize = sizeof headerEnd - 1;
-
-int contentLength(const QByteArray &header)
-{
-    const QByteArray key = "\r\ncontent-length:";
-    const int at = header.toLower().indexOf(key);
-    if (at < 0)
-        return 0;
-    const int from = at + key.size();
-    return header.mid(from, header.indexOf('\r', from) - from).trimmed().toInt();
-}
 
 /// The path in the request line of a header.
 QByteArray pathOf(const QByteArray &header)
@@ -35,7 +24,7 @@ QByteArray pathOf(const QByteArray &header)
 PeerAnswer PeerAnswer::http(const QByteArray &statusLine, const QByteArray &body)
 {
     return {"HTTP/1.1 " + statusLine + "\r\nContent-Type: application/json\r\nContent-Length: " +
-                QByteArray::number(body.size()) + headerEnd + body,
+                QByteArray::number(body.size()) + HttpHead::end + body,
             KeepOpen};
 }
 
@@ -83,8 +72,8 @@ void RawHttpPeer::Listener::read(QTcpSocket *socket)
 {
     QByteArray &bytes = m_incoming[socket];
     bytes += socket->readAll();
-    const int bodyStart = bytes.indexOf(headerEnd) + headerEndSize;
-    if (bodyStart < headerEndSize || bytes.size() < bodyStart + contentLength(bytes.left(bodyStart)))
+    const int bodyStart = HttpHead::size(bytes);
+    if (bodyStart == 0 || bytes.size() < bodyStart + HttpHead::contentLength(bytes))
         return;
     const PeerAnswer answer = nextAnswer(pathOf(bytes));
     {
