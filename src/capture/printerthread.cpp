@@ -12,6 +12,8 @@
 #include <QTimer>
 #include <QUrl>
 
+#include <utility>
+
 namespace {
 constexpr int connectionTimeout = 30000; // ms that the spooler may keep a connection open
 constexpr int answerTimeout = 15000;     // ms that the cloud may take for its answer
@@ -96,8 +98,8 @@ void PrinterThread::submit(const QTcpSocket &socket)
     m_jobLock->lock();
     qDebug() << "59_PrinterThread" << QThread::currentThread()
              << QStringLiteral("%1, port: %2 disconnect").arg(m_info.printerName, QString::number(socket.localPort()));
-    const bool posted = !isInterruptionRequested() && m_cloud->post(m_jobData, m_jobData.size(), m_jobLabel);
-    m_jobData.clear();
+    const int jobSize = m_jobData.size();
+    const bool posted = !isInterruptionRequested() && m_cloud->post(std::move(m_jobData), jobSize, m_jobLabel);
     if (posted) {
         awaitAnswer();
         return;

@@ -8,6 +8,8 @@
 #include <QNetworkRequest>
 #include <QUrl>
 
+#include <utility>
+
 Cloud::Cloud(const QString &address, const DriverInfo &record, QObject *parent)
     : QObject(parent)
     , m_manager(new QNetworkAccessManager(this))
@@ -22,7 +24,7 @@ Cloud::~Cloud()
     qDebug() << "17_Cloud destruct";
 }
 
-bool Cloud::post(const QByteArray &job, int jobSize, const QString &jobLabel)
+bool Cloud::post(QByteArray job, int jobSize, const QString &jobLabel)
 {
     m_jobLabel = jobLabel;
     m_jobSize = jobSize;
@@ -31,7 +33,7 @@ bool Cloud::post(const QByteArray &job, int jobSize, const QString &jobLabel)
         qDebug() << tr("28_Cloud Invalid URL: %1: %2").arg(m_address, url.errorString());
         return false;
     }
-    auto *body = new JobBody(CloudProtocol::submissionBody(m_record.cloudSn, job));
+    auto *body = new JobBody(CloudProtocol::submissionBody(m_record.cloudSn, std::move(job)));
     m_reply = m_manager->post(submission(url, body->bytesAvailable()), body);
     body->setParent(m_reply);
     qDebug() << "45_Cloud request post to:" << url << ",and m_reply=" << m_reply;

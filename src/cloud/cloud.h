@@ -19,9 +19,9 @@ public:
     Cloud(const QString &address, const DriverInfo &record, QObject *parent = nullptr);
     ~Cloud() override;
 
-    /// Sends the job; `jobSize` (bytes) and `jobLabel` come back in the result. False when the address is no URL:
-    /// nothing is sent then and no signal follows.
-    bool post(const QByteArray &job, int jobSize, const QString &jobLabel);
+    /// Sends the job, which is best moved here: its memory becomes the body's. `jobSize` (bytes) and `jobLabel` come
+    /// back in the result. False when the address is no URL: nothing is sent then and no signal follows.
+    bool post(QByteArray job, int jobSize, const QString &jobLabel);
 
     /// The reply of the post, null before it. It goes together with this object soon after it finished: a caller that
     /// runs an event loop in between holds it in a QPointer. Aborting it gives OperationCanceledError as the result.

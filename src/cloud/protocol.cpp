@@ -2,28 +2,42 @@
 
 #include <QJsonArray>
 
-#include <algorithm>
+#include <array>
 #include <cstring>
 #include <limits>
 
 namespace {
 
-/// A multiple of three, so that only the last block is padded; small enough to stay in the processor's cache.
-constexpr int base64Block = 3 * 16 * 1024;
+constexpr char base64Digits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+/// The two digits of every 12 bits, one pair behind the other.
+constexpr auto base64Pairs = [] {
+    std::array<char, 2 * 64 * 64> pairs{};
+    for (std::size_t i = 0; i < pairs.size(); ++i)
+        pairs[i] = base64Digits[i % 2 == 0 ? i / 128 : i / 2 % 64];
+    return pairs;
+}();
 
 qint64 base64Size(qint64 size)
 {
     return (size + 2) / 3 * 4;
 }
 
-/// Encodes block by block straight into `out`, which has room for base64Size(data.size()) bytes.
-void encodeBase64(const QByteArray &data, char *out)
+/// Turns the `size` bytes at `data` into base64Size(size) digits at `out`, which is not before `data` and may overlap
+/// it: works from the end to the beginning.
+void encodeBase64(const char *data, int size, char *out)
 {
-    for (int from = 0; from < data.size(); from += base64Block) {
-        const int length = std::min(base64Block, data.size() - from);
-        const QByteArray block = QByteArray::fromRawData(data.constData() + from, length).toBase64();
-        std::memcpy(out, block.constData(), size_t(block.size()));
-        out += block.size();
+    int from = size / 3 * 3;
+    const QByteArray padded = QByteArray(data + from, size - from).toBase64();
+    out += base64Size(from);
+    std::memcpy(out, padded.constData(), size_t(padded.size()));
+    while (from > 0) {
+        from -= 3;
+        out -= 4;
+        const uint first = uint(uchar(data[from])) << 4 | uchar(data[from + 1]) >> 4;
+        const uint second = (uchar(data[from + 1]) & 0xfu) << 8 | uchar(data[from + 2]);
+        std::memcpy(out, &base64Pairs[2 * first], 2);
+        std::memcpy(out + 2, &base64Pairs[2 * second], 2);
     }
 }
 
@@ -42,7 +56,7 @@ QByteArray emptySubmission(const QString &cloudSn)
 
 namespace CloudProtocol {
 
-QByteArray submissionBody(const QString &cloudSn, const QByteArray &job)
+QByteArray submissionBody(const QString &cloudSn, QByteArray job)
 {
     // Inside a string every quotation mark is escaped, so no serial can look like the key.
     static const QByteArray opening = "\"printData\": \"";
@@ -50,15 +64,18 @@ QByteArray submissionBody(const QString &cloudSn, const QByteArray &job)
     const int head = frame.indexOf(opening) + opening.size();
     const int tail = frame.size() - head;
 
-    const qint64 size = frame.size() + base64Size(job.size());
+    const int jobSize = job.size();
+    const qint64 size = frame.size() + base64Size(jobSize);
     if (size > std::numeric_limits<int>::max() - 64)
         return QByteArray();
-    QByteArray body(int(size), Qt::Uninitialized);
-    char *out = body.data();
-    std::memcpy(out, frame.constData(), size_t(head));
-    encodeBase64(job, out + head);
-    std::memcpy(out + size - tail, frame.constData() + head, size_t(tail));
-    return body;
+    // A mere resize() would allocate up to twice the size.
+    job.reserve(int(size));
+    job.resize(int(size));
+    char *body = job.data();
+    encodeBase64(body, jobSize, body + head);
+    std::memcpy(body, frame.constData(), size_t(head));
+    std::memcpy(body + size - tail, frame.constData() + head, size_t(tail));
+    return job;
 }
 
 QByteArray deviceStatusBody(const QString &cloudSn)

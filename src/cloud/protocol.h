@@ -58,10 +58,10 @@ struct JobResult
     QString journalStatus; ///< as the journal records it
 };
 
-/// Body of a job submission, byte for byte what QJsonDocument::toJson gives. Needs no memory beside the body itself,
-/// about 1.34 times the job. Empty for a job whose body no byte array can hold (from about 1.5 GiB on), which the
-/// service then refuses.
-QByteArray submissionBody(const QString &cloudSn, const QByteArray &job);
+/// Body of a job submission, byte for byte what QJsonDocument::toJson gives. Takes the job's own memory, grown by a
+/// third, where nobody else shares it. Empty for a job whose body no byte array can hold (from about 1.5 GiB on), which
+/// the service then refuses.
+QByteArray submissionBody(const QString &cloudSn, QByteArray job);
 
 /// Body of a device status request.
 QByteArray deviceStatusBody(const QString &cloudSn);
