@@ -66,7 +66,7 @@ int main(int argc, char *argv[])
     CloudSink cloud(Stage::cloudPort);
     Stage stage(printers);
     if (!cloud.isListening() || !stage.isReady() || !stage.startProgram())
-        return 1;
+        return setUpFailed();
     const StagePrinter &measured = stage.printers().front();
     cloud.refuse(measured.serial.toLatin1());
     const bool good = measure("twelve idle", cloud, measured, count) && measureBusy(cloud, stage.printers(), count);

@@ -21,7 +21,7 @@ int main(int argc, char *argv[])
     const int seconds = argc > 1 ? std::atoi(argv[1]) : 600;
     Stage stage(printers);
     if (!stage.isReady() || !stage.startCloud() || !stage.startProgram())
-        return 1;
+        return setUpFailed();
     QThread::sleep(settleTime);
     const qint64 program = stage.programId();
     const double timeBefore = ProcessFigures::processorTime(program);

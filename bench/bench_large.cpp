@@ -71,7 +71,7 @@ int main(int argc, char *argv[])
     CloudSink cloud(Stage::cloudPort);
     Stage stage(printers);
     if (!cloud.isListening() || !stage.isReady() || !stage.startProgram())
-        return 1;
+        return setUpFailed();
     const StagePrinter &printer = stage.printers().front();
     for (const StagePrinter &each : stage.printers())
         cloud.refuse(each.serial.toLatin1());

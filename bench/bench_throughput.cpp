@@ -111,7 +111,7 @@ int main(int argc, char *argv[])
     const int jobs = argc > 1 ? std::atoi(argv[1]) : 100;
     Stage stage(printers);
     if (!stage.isReady() || !stage.startCloud({"--polls", "0"}) || !stage.startProgram())
-        return 1;
+        return setUpFailed();
     QProcess process;
     Relay node = startNode(stage, process);
     Relay program{"program", stage.programId(), stage.printers()};

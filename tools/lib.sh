@@ -50,6 +50,11 @@ fuzz_packages=(
     llvm                  # names in stack traces, the lines reached
 )
 # shellcheck disable=SC2034
+bench_packages=(
+    fonts-noto-cjk        # the window that is measured is Chinese
+    nodejs socat curl     # what the program is measured against
+)
+# shellcheck disable=SC2034
 check_packages=(clang-format shellcheck)
 
 say() {

@@ -5,6 +5,7 @@
 #include <QDate>
 
 #include <algorithm>
+#include <cstdio>
 
 Stage::Stage(int printers)
     : m_ready(m_folder.run("spoolctl", {"add-driver"}) == 0)
@@ -38,4 +39,10 @@ bool Stage::startProgram()
     return std::all_of(m_printers.begin(), m_printers.end(),
                        [](const StagePrinter &printer) { return awaitListener(printer.port); }) &&
            awaitStart([this] { return m_folder.log().count("QJsonObject({\"code\"") == int(m_printers.size()); });
+}
+
+int setUpFailed()
+{
+    std::fprintf(stderr, "the printers, the cloud on port %d or the program did not come up\n", Stage::cloudPort);
+    return 1;
 }

@@ -44,3 +44,6 @@ private:
     QProcess *m_program = nullptr;
     bool m_ready;
 };
+
+/// Tells on the standard error output that the stage could not be set up; the exit status for that.
+int setUpFailed();
