@@ -76,8 +76,7 @@ void PrinterThread::relay()
 void PrinterThread::collect(QTcpSocket &socket)
 {
     connect(
-        &socket, &QTcpSocket::readyRead, this, [this, &socket] { m_jobData.append(socket.readAll()); },
-        Qt::DirectConnection);
+        &socket, &QTcpSocket::readyRead, this, [this, &socket] { read(socket); }, Qt::DirectConnection);
     // A connection that is reset also ends in disconnected(): what was read until then is submitted.
     const auto submission = connect(
         &socket, &QTcpSocket::disconnected, this, [this, &socket] { submit(socket); }, Qt::DirectConnection);
@@ -91,6 +90,16 @@ void PrinterThread::collect(QTcpSocket &socket)
     disconnect(submission);
     if (socket.state() != QAbstractSocket::UnconnectedState)
         m_cloud->deleteLater();
+}
+
+/// Straight to the end of the job: readAll() would copy every byte once more.
+void PrinterThread::read(QTcpSocket &socket)
+{
+    const int before = m_jobData.size();
+    const int available = static_cast<int>(socket.bytesAvailable());
+    m_jobData.resize(before + available);
+    const qint64 size = socket.read(m_jobData.data() + before, available);
+    m_jobData.resize(before + static_cast<int>(qMax<qint64>(size, 0)));
 }
 
 void PrinterThread::submit(const QTcpSocket &socket)

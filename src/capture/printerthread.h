@@ -40,6 +40,7 @@ protected:
 private:
     void relay();
     void collect(QTcpSocket &socket);
+    void read(QTcpSocket &socket);
     void submit(const QTcpSocket &socket);
     void awaitAnswer();
 
