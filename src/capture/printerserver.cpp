@@ -1,17 +1,15 @@
 #include "capture/printerserver.h"
 
+#include "base/descriptors.h"
 #include "base/runningthreads.h"
 #include "capture/printerthread.h"
 #include "capture/relaylink.h"
 #include "spooler/spooljobs.h"
 
-#include <QCoreApplication>
 #include <QDebug>
-#include <QFile>
 #include <QTcpSocket>
 
 #include <algorithm>
-#include <deque>
 
 namespace {
 
@@ -22,17 +20,6 @@ constexpr int acceptPause = 1000;       // ms
 constexpr int descriptorsOfJob = 12;
 
 int busyServers = 0;
-
-/// Files and sockets draw on the same supply where there is a limit.
-bool descriptorsAreLeft(int count)
-{
-    const QString anyFile = QCoreApplication::applicationFilePath();
-    std::deque<QFile> files;
-    while (count-- > 0)
-        if (!files.emplace_back(anyFile).open(QIODevice::ReadOnly))
-            return false;
-    return true;
-}
 
 } // namespace
 
