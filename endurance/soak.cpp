@@ -4,8 +4,8 @@
 #include "books.h"
 #include "endtoend/user.h"
 #include "heartbeat.h"
-#include "processfigures.h"
 #include "support/installation.h"
+#include "support/processfigures.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -57,6 +57,20 @@ struct Printer
     int pause = 0; ///< ms from the last outcome to the next job
     bool inCrowd = false;
     bool isPrintedTo = true;
+};
+
+/// What the program holds at one moment.
+struct Holdings
+{
+    double memory = 0; ///< MiB that it has written to
+    int descriptors = 0;
+    int threads = 0;
+
+    static Holdings of(qint64 pid)
+    {
+        return {ProcessFigures::privateDirtyMemory(pid), ProcessFigures::descriptors(pid),
+                ProcessFigures::threads(pid)};
+    }
 };
 
 } // namespace
@@ -115,8 +129,8 @@ private:
     int m_cloudChangeAfter = cloudPause;
     std::vector<std::unique_ptr<Printer>> m_printers;
     QSet<qint64> m_sizes;
-    ProcessFigures m_start;
-    ProcessFigures m_end;
+    Holdings m_start;
+    Holdings m_end;
     double m_peakMemory = 0;
     int m_lives = 0;
     int m_outages = 0;
@@ -170,7 +184,7 @@ bool Soak::wait(const std::function<bool()> &condition, int timeout)
 void Soak::tick()
 {
     m_books.update();
-    m_peakMemory = qMax(m_peakMemory, ProcessFigures::of(m_user.program()->processId()).privateMemory);
+    m_peakMemory = qMax(m_peakMemory, Holdings::of(m_user.program()->processId()).memory);
     if (m_isLoading)
         tendCloud();
     for (const auto &printer : m_printers)
@@ -398,8 +412,8 @@ void Soak::judgeLeftovers()
 {
     if (m_user.program()->state() != QProcess::Running)
         complain(QStringLiteral("the program has ended"));
-    if (m_end.privateMemory - m_start.privateMemory > memoryGrowthAllowed)
-        complain(QStringLiteral("the program has grown by %1 MiB").arg(m_end.privateMemory - m_start.privateMemory));
+    if (m_end.memory - m_start.memory > memoryGrowthAllowed)
+        complain(QStringLiteral("the program has grown by %1 MiB").arg(m_end.memory - m_start.memory));
     if (m_end.descriptors > m_start.descriptors || m_end.threads > m_start.threads)
         complain(QStringLiteral("descriptors or threads stayed behind"));
 }
@@ -413,14 +427,14 @@ bool Soak::run()
     m_tick.start(tickInterval);
     useEverythingOnce();
     QTest::qWait(settlingTime);
-    m_start = ProcessFigures::of(m_user.program()->processId());
+    m_start = Holdings::of(m_user.program()->processId());
     m_heartbeat = std::make_unique<Heartbeat>(m_user.display(), m_user.window().toUInt());
     m_isLoading = true;
     QTimer::singleShot(m_minutes * 60000, this, [this] { m_isLoading = false; });
     work();
     printOnceMore();
     QTest::qWait(restTime);
-    m_end = ProcessFigures::of(m_user.program()->processId());
+    m_end = Holdings::of(m_user.program()->processId());
     judgeLeftovers();
     return report();
 }
@@ -454,7 +468,7 @@ bool Soak::report() const
     count("printers added, changed and removed", m_lives);
     row("longest stall of the interface thread",
         QStringLiteral("%1 ms (99 %: %2 ms) of %3 beats").arg(stalls.worst).arg(stalls.percentile99).arg(stalls.beats));
-    span("private memory, MiB", m_start.privateMemory, m_end.privateMemory);
+    span("private memory, MiB", m_start.memory, m_end.memory);
     row("    at its peak", QStringLiteral("%1 MiB").arg(m_peakMemory));
     span("descriptors", m_start.descriptors, m_end.descriptors);
     span("threads", m_start.threads, m_end.threads);

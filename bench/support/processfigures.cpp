@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QFile>
 #include <QList>
+#include <QStringList>
 
 #include <unistd.h>
 
@@ -23,6 +24,11 @@ qint64 number(const QString &fileName, const QByteArray &name)
         if (line.startsWith(name + ':'))
             return line.mid(name.size() + 1).trimmed().split(' ').first().toLongLong();
     return 0;
+}
+
+QStringList entries(const QString &folder)
+{
+    return QDir(folder).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
 }
 
 double mebibytes(qint64 kilobytes)
@@ -70,12 +76,22 @@ double processorTime(qint64 pid)
            double(sysconf(_SC_CLK_TCK));
 }
 
+int descriptors(qint64 pid)
+{
+    return entries(processFolder(pid) + "fd").size();
+}
+
+int threads(qint64 pid)
+{
+    return entries(processFolder(pid) + "task").size();
+}
+
 qint64 wakeUps(qint64 pid)
 {
     const QString tasks = processFolder(pid) + "task/";
     qint64 sum = 0;
-    const QStringList threads = QDir(tasks).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
-    for (const QString &thread : threads)
+    const QStringList all = entries(tasks);
+    for (const QString &thread : all)
         for (const char *kind : {"voluntary_ctxt_switches", "nonvoluntary_ctxt_switches"})
             sum += number(tasks + thread + "/status", kind);
     return sum;

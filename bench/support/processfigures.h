@@ -21,6 +21,10 @@ double privateDirtyMemory(qint64 pid);
 /// Processor time so far, in seconds; counted in steps of 10 ms.
 double processorTime(qint64 pid);
 
+/// Open files and sockets.
+int descriptors(qint64 pid);
+int threads(qint64 pid);
+
 /// How often its threads gave the processor up, or had to, and were woken again.
 qint64 wakeUps(qint64 pid);
 
