@@ -5,19 +5,18 @@
 #ifdef Q_OS_UNIX
 #include <fcntl.h>
 #include <sys/resource.h>
-#include <unistd.h>
 #endif
 
 bool descriptorsAreLeft(int count)
 {
 #ifdef Q_OS_UNIX
-    // A new descriptor gets the lowest free number: the ones above it are nearly all free.
-    const int next = open("/dev/null", O_RDONLY | O_CLOEXEC);
-    if (next < 0)
-        return false;
-    close(next);
     rlimit limit = {};
-    return getrlimit(RLIMIT_NOFILE, &limit) != 0 || rlim_t(next) + rlim_t(count) <= limit.rlim_cur;
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0)
+        return true;
+    for (rlim_t number = 0; number < limit.rlim_cur && count > 0; ++number)
+        if (fcntl(static_cast<int>(number), F_GETFD) < 0)
+            --count;
+    return count <= 0;
 #else
     Q_UNUSED(count)
     return true;
