@@ -126,7 +126,7 @@ private:
     QTimer m_tick;
     QElapsedTimer m_sinceCloudChange;
     QDateTime m_outageBegan;
-    int m_cloudChangeAfter = cloudPause;
+    int m_cloudChangeAfter = cloudPause / 4; // ms; the first time soon, so that a short run has one, too
     std::vector<std::unique_ptr<Printer>> m_printers;
     QSet<qint64> m_sizes;
     Holdings m_start;
