@@ -76,7 +76,6 @@ public:
 
     /// Whether the job has a record, or has come to the one end that leaves none.
     bool hasEnded(qint64 size) const;
-    int jobCount() const { return m_jobs.size(); }
 
     Balance balance() const;
 

@@ -17,7 +17,9 @@
 #include <QTest>
 #include <QTimer>
 
+#include <algorithm>
 #include <cstdio>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -184,7 +186,7 @@ bool Soak::wait(const std::function<bool()> &condition, int timeout)
 void Soak::tick()
 {
     m_books.update();
-    m_peakMemory = qMax(m_peakMemory, Holdings::of(m_user.program()->processId()).memory);
+    m_peakMemory = qMax(m_peakMemory, ProcessFigures::privateDirtyMemory(m_user.program()->processId()));
     if (m_isLoading)
         tendCloud();
     for (const auto &printer : m_printers)
