@@ -1,10 +1,9 @@
 #include "packaging/trial/printing.h"
 
-#include "spooler/printerhandle.h"
-#include "spooler/win32text.h"
-
 #include <QFile>
 #include <QFileInfo>
+
+#include "spooler/win32.h"
 
 namespace {
 

@@ -1,13 +1,11 @@
 #include "packaging/trial/provisioning.h"
 
 #include "spooler/cprinter.h"
-#include "spooler/environments.h"
-#include "spooler/win32text.h"
-#include "store/driverinfo.h"
+#include "store/cloudprinter.h"
+
+#include "spooler/win32.h"
 
 namespace {
-
-constexpr int portNumberBase = 8100;
 
 bool setText(HKEY key, const wchar_t *name, const std::wstring &text)
 {
@@ -57,7 +55,7 @@ bool Provisioning::addDriver()
 
 bool Provisioning::addCloudQueue(const QString &queue, const QString &serial, unsigned short portNumber)
 {
-    const QString port = CloudPrinter::portNameTemplate.arg(portNumber - portNumberBase, 3, 10, QLatin1Char('0'));
+    const QString port = CloudPrinter::portName(portNumber - CloudPrinter::portNumber(0));
     CPrinter spooler;
     return spooler.addStandardTcpPort(port, CloudPrinter::localAddress, portNumber) == 0 &&
            spooler.addCloudPrinter(queue, port, CloudPrinter::driverName, QString(), false) &&

@@ -6,10 +6,11 @@
 #include "packaging/trial/printing.h"
 #include "packaging/trial/provisioning.h"
 #include "spooler/cprinter.h"
-#include "spooler/win32text.h"
 
 #include <QCoreApplication>
 #include <QTextStream>
+
+#include "spooler/win32.h"
 
 namespace {
 
@@ -35,12 +36,11 @@ bool showValue(const PrinterHandle &printer, const QString &name)
 
 bool show(const QString &queue)
 {
-    SpoolerBuffer info;
+    Queue info;
     const PrinterHandle printer(queue, PRINTER_ACCESS_ADMINISTER);
     if (!printer || !CPrinter().GetCloudPrinterInfo(queue, info))
         return false;
-    const auto *entry = reinterpret_cast<const PRINTER_INFO_2W *>(info.get());
-    output() << "port: " << fromWide(entry->pPortName) << '\n' << "driver: " << fromWide(entry->pDriverName) << '\n';
+    output() << "port: " << info.port << '\n' << "driver: " << info.driver << '\n';
     return showValue(printer, QStringLiteral("CloudId")) && showValue(printer, QStringLiteral("CloudPort"));
 }
 

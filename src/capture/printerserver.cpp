@@ -4,7 +4,7 @@
 #include "base/runningthreads.h"
 #include "capture/printerthread.h"
 #include "capture/relaylink.h"
-#include "spooler/spooljobs.h"
+#include "spooler/cprinter.h"
 
 #include <QDebug>
 #include <QTcpSocket>

@@ -7,7 +7,46 @@
 #include <QSet>
 #include <QString>
 
-#include "spooler/printerhandle.h"
+struct SC_HANDLE__; // what the Win32 type SC_HANDLE points to
+
+// The spooler's names of the processor platforms that a driver can be installed for.
+const auto EnvX86 = QStringLiteral("Windows NT x86");
+const auto EnvX64 = QStringLiteral("Windows x64");
+const auto EnvIA64 = QStringLiteral("Windows IA64");
+
+/// A printer queue of the spooler.
+struct Queue
+{
+    QString name;
+    QString port;
+    QString driver;
+};
+
+/// A port of the spooler.
+struct Port
+{
+    QString name;
+};
+
+/// An installed printer driver.
+struct Driver
+{
+    QString name;
+};
+
+/// A job in a queue.
+struct SpoolJob
+{
+    QString document;
+    /// "hour:minute:second" of the submission in China Standard Time, two digits each. The spooler's UTC hour plus 8,
+    /// intentionally not wrapped at 24: a job of 23:30:00 UTC reads "31:30:00".
+    QString submissionTime;
+    bool printing = false;
+};
+
+/// The jobs of a queue in the spooler's order. Empty when the queue cannot be opened or read, or holds none. Any
+/// thread.
+QList<SpoolJob> spoolJobs(const QString &printerName);
 
 /// The program's one layer over the Windows print spooler. Holds no state: every operation opens what it needs, works,
 /// closes and returns, on the calling thread, which may be any. Failures go to the diagnostic log and into the result.
@@ -16,6 +55,12 @@ class CPrinter : public QObject
     Q_OBJECT
 
 public:
+    /// Results of SetCloudPrinterId: no queue of that name, or one that cannot be opened for another reason.
+    static constexpr int invalidPrinterName = -1;
+    static constexpr int printerNotOpened = -2;
+    /// Result of the port operations when the helper library or its export is missing.
+    static constexpr int helperMissing = -1;
+
     explicit CPrinter(QObject *parent = nullptr);
 
     /// Installs a queue, and with `useInf` its driver from the INF file, through the system's printer set-up. True when
@@ -27,8 +72,7 @@ public:
     /// Prints the system's test page. Blocks for up to a minute; failures are not reported.
     void PrintTestPage(const QString &name);
 
-    /// Stores the cloud serial in the printer data "CloudId". 0 or a Win32 error code; -1 when there is no printer of
-    /// that name, -2 when it cannot be opened for another reason.
+    /// Stores the cloud serial in the printer data "CloudId". 0, a Win32 error code, or a result named above.
     int SetCloudPrinterId(const QString &name, const QString &id);
     bool GetCloudPrinterId(const QString &name, QString &id);
 
@@ -36,25 +80,23 @@ public:
     bool SetPrinterPortNum(const QString &name, unsigned short port);
     bool GetPrinterPortNum(const QString &name, unsigned short &port);
 
-    /// The queue's PRINTER_INFO_2, which begins the block.
-    bool GetCloudPrinterInfo(const QString &name, SpoolerBuffer &info);
+    /// Writes `queue` only on success.
+    bool GetCloudPrinterInfo(const QString &name, Queue &queue);
 
     bool RenamePrinter(const QString &oldName, const QString &newName);
 
-    /// Purges the queue until it is empty. The caller keeps the handle.
-    bool DeletePrintJob(HANDLE printer);
+    /// Purges the queue with this Win32 handle until it is empty. The caller keeps the handle.
+    bool DeletePrintJob(void *printer);
 
     /// Purges and deletes a queue.
     bool RemovePrinter(const QString &name);
 
-    /// Enumerations: append the entries and hand over the buffer that their texts lie in. False also when there are
-    /// none.
-    bool EnumLocalPrinters(QList<PRINTER_INFO_2W> &printers, SpoolerBuffer &buffer);
-    bool EnumLocalPorts(QList<PORT_INFO_2W> &ports, SpoolerBuffer &buffer);
-    bool EnumLocalDrivers(QList<DRIVER_INFO_3W> &drivers, SpoolerBuffer &buffer);
+    /// Enumerations append to the list. False also when there is nothing to list.
+    bool EnumLocalPrinters(QList<Queue> &queues);
+    bool EnumLocalPorts(QList<Port> &ports);
+    bool EnumLocalDrivers(QList<Driver> &drivers);
 
-    /// Standard TCP/IP ports, by the port helper library: 0, an error code of the library, or -1 when the library or
-    /// its export is missing.
+    /// Standard TCP/IP ports, by the helper library: 0, an error code of the library, or `helperMissing`.
     int addStandardTcpPort(const QString &portName, const QString &host, unsigned int portNumber);
     int ConfigStandardTcpPort(const QString &portName, const QString &host, unsigned int portNumber);
     int DeleteStandardTcpPort(const QString &portName);
@@ -62,13 +104,13 @@ public:
     int GetPortInfo(const QString &portName, QString &host, unsigned short &portNumber);
 
     /// Stops what depends on a service, by the helper library. Blocks for up to half a minute.
-    bool StopDependentServices(SC_HANDLE manager, SC_HANDLE service);
+    bool StopDependentServices(SC_HANDLE__ *manager, SC_HANDLE__ *service);
 
     /// The service manager, or null. The caller closes it.
-    SC_HANDLE QOpenSCManager();
+    SC_HANDLE__ *QOpenSCManager();
 
-    /// A service, or null. The caller closes it and the manager; a failure has closed the manager already.
-    SC_HANDLE QOpenService(SC_HANDLE manager, const QString &name, DWORD access);
+    /// A service, or null. The caller closes it and the manager; on failure the manager has been closed.
+    SC_HANDLE__ *QOpenService(SC_HANDLE__ *manager, const QString &name, quint32 access);
 
     /// Stops a service and what depends on it. True only when this call stopped it: one that was stopped already, or
     /// was being stopped, gives false. Blocks for half a minute and more.

@@ -1,15 +1,26 @@
 #include "spooler/cprinter.h"
 
-#include "spooler/helperexport.h"
-#include "spooler/win32text.h"
-#include "quaylink/quaylink.h"
+#include "spooler/inffile.h"
+#include "spooler/win32.h"
 
 #include <QDebug>
+#include <QFile>
 
 namespace {
 
-constexpr int deletionAttempts = 2;
-const auto spoolerService = QStringLiteral("Spooler");
+QString driverKeyPath(const QString &driver, const QString &environment)
+{
+    return QStringLiteral("SYSTEM\\CurrentControlSet\\Control\\Print\\Environments\\") + environment +
+           QStringLiteral("\\Drivers\\Version-3\\") + driver;
+}
+
+bool openInf(QFile &file, const char *failureText)
+{
+    if (file.open(QIODevice::ReadOnly | QIODevice::Text))
+        return true;
+    qDebug() << failureText << file.errorString();
+    return false;
+}
 
 // Found at run time: not every Windows has it.
 using DeletePackage = HRESULT(WINAPI *)(LPCWSTR server, LPCWSTR infPath, LPCWSTR environment);
@@ -30,10 +41,10 @@ DeletePackage findDeletePackage()
     return reinterpret_cast<DeletePackage>(reinterpret_cast<void *>(address));
 }
 
-bool removeQueues(CPrinter &printer, const QList<PRINTER_INFO_2W> &queues, const QSet<QString> &models)
+bool removeQueues(CPrinter &printer, const QList<Queue> &queues, const QSet<QString> &models)
 {
-    for (const PRINTER_INFO_2W &queue : queues) {
-        if (models.contains(fromWide(queue.pDriverName)) && !printer.RemovePrinter(fromWide(queue.pPrinterName)))
+    for (const Queue &queue : queues) {
+        if (models.contains(queue.driver) && !printer.RemovePrinter(queue.name))
             return false;
     }
     return true;
@@ -60,26 +71,93 @@ bool removePackages(CPrinter &printer, const QMap<QString, QString> &paths)
 
 } // namespace
 
-bool CPrinter::RemovePrinterDriver(const QString &driver, const QString &environment)
+bool CPrinter::EnumLocalDrivers(QList<Driver> &drivers)
 {
-    qDebug() << "1020_CPrinter RemovePrinterDriver()" << driver << environment;
-    const HelperExport helper("QDeletePrinterDriver",
-                              {"1024_CPrinter load Quaylink.dll failed", "1032_CPrinter resolve Quaylink.dll failed"});
-    if (!helper)
-        return false;
-    auto *deleteDriver = helper.as<Quaylink::QDeletePrinterDriver>();
-    DWORD error = 0;
-    for (int attempt = 0; attempt < deletionAttempts; ++attempt) {
-        if (deleteDriver(WideText(driver).data(), WideText(environment).data(), &error)) {
-            qDebug("1050_CPrinter QDeletePrinterDriver successfully");
-            return true;
-        }
-        qDebug("1044_CPrinter pF() failed (%d)", static_cast<int>(error));
-        // The spooler may still hold the driver. It is restarted behind the last attempt too.
-        StopSvc(spoolerService);
-        StartSvc(spoolerService);
+    return forEachEntry<DRIVER_INFO_3W>(
+        {"479_CPrinter EnumPrinterDrivers GetLastError() == %lu || pcbNeeded == %lu",
+         "490_CPrinter EnumPrinterDrivers GetLastError() == %lu"},
+        [](LPBYTE bytes, DWORD size, LPDWORD needed, LPDWORD returned) {
+            return EnumPrinterDriversW(nullptr, nullptr, 3, bytes, size, needed, returned);
+        },
+        [&](const DRIVER_INFO_3W &info) {
+            drivers.append({fromWide(info.pName)});
+            qInfo("498_CPrinter driver name: %ls", qUtf16Printable(drivers.last().name));
+        });
+}
+
+QString CPrinter::GetDriverRegInfo(const QString &value, const QString &driver, const QString &environment)
+{
+    const QString keyPath = driverKeyPath(driver, environment);
+    qDebug() << "620_CPrinter GetDriverRegInfo keypath:" << keyPath;
+    HKEY key = nullptr;
+    auto error = RegOpenKeyExW(HKEY_LOCAL_MACHINE, WideText(keyPath).data(), 0, KEY_READ, &key);
+    if (error != ERROR_SUCCESS) {
+        qDebug() << "631_CPrinter RegOpenKeyEx error code:" << error;
+        return QString();
     }
-    return false;
+    // Intended: the size told is MAX_PATH bytes, so a value of more than half that many characters is refused. The rest
+    // of the buffer stays zero and ends a text that was stored without its terminator.
+    WCHAR text[MAX_PATH] = {};
+    DWORD size = MAX_PATH;
+    error = RegQueryValueExW(key, WideText(value).data(), nullptr, nullptr, reinterpret_cast<LPBYTE>(text), &size);
+    RegCloseKey(key);
+    if (error != ERROR_SUCCESS) {
+        qDebug() << "645_CPrinter RegQueryValueEx error code:" << error;
+        return QString();
+    }
+    QString result = fromWide(text);
+    qDebug() << "653_CPrinter GetDriverRegInfo result:" << result;
+    return result;
+}
+
+QString CPrinter::GetDriverVersion(const QString &driver)
+{
+    for (const QString &environment : {EnvX64, EnvX86, EnvIA64}) {
+        QString version = GetDriverRegInfo(QStringLiteral("DriverVersion"), driver, environment);
+        if (!version.isEmpty())
+            return version;
+    }
+    return QString();
+}
+
+QString CPrinter::GetDriverInfPath(const QString &driver, const QString &environment)
+{
+    return GetDriverRegInfo(QStringLiteral("InfPath"), driver, environment);
+}
+
+QMap<QString, QString> CPrinter::GetDriverInfPaths(const QString &driver)
+{
+    QMap<QString, QString> paths;
+    if (driver.isEmpty())
+        return paths;
+    for (const QString &environment : {EnvX64, EnvX86, EnvIA64})
+        paths[environment] = GetDriverInfPath(driver, environment);
+    qDebug() << paths;
+    return paths;
+}
+
+QString CPrinter::GetInfVersion(const QString &fileName)
+{
+    qDebug() << "1165_CPrinter GetInfVersion()" << fileName;
+    QFile file(fileName);
+    return openInf(file, "1165_CPrinter") ? InfFile::version(file) : QString();
+}
+
+QString CPrinter::GetInfManufacturer(const QString &fileName)
+{
+    qDebug() << "1242_CPrinter GetInfManufacturer()" << fileName;
+    QFile file(fileName);
+    return openInf(file, "1246_CPrinter") ? InfFile::manufacturer(file) : QString();
+}
+
+QSet<QString> CPrinter::GetInfDrivers(const QString &fileName)
+{
+    qDebug() << "1194_CPrinter GetInfDrivers()" << fileName;
+    const QString section = GetInfManufacturer(fileName);
+    if (section.isEmpty())
+        return {};
+    QFile file(fileName);
+    return openInf(file, "1203_CPrinter") ? InfFile::models(file, section) : QSet<QString>();
 }
 
 bool CPrinter::RemovePrinterDriverPackage(const QString &infPath, const QString &environment)
@@ -96,24 +174,21 @@ bool CPrinter::RemovePrinterDriverPackage(const QString &infPath, const QString 
 bool CPrinter::RemoveSeriesDriver(const QString &fileName)
 {
     qDebug("1090_CPrinter RemoveSeriesDriver()");
-    QList<PRINTER_INFO_2W> queues;
-    SpoolerBuffer queueBuffer;
-    EnumLocalPrinters(queues, queueBuffer);
+    QList<Queue> queues;
+    EnumLocalPrinters(queues);
     const QSet<QString> models = GetInfDrivers(fileName);
     if (!removeQueues(*this, queues, models))
         return false;
 
-    QList<DRIVER_INFO_3W> drivers;
-    SpoolerBuffer driverBuffer;
-    EnumLocalDrivers(drivers, driverBuffer);
+    QList<Driver> drivers;
+    EnumLocalDrivers(drivers);
     // Intended: only the packages of the last matching driver are removed. One series comes in one package.
     QMap<QString, QString> packages;
-    for (const DRIVER_INFO_3W &driver : qAsConst(drivers)) {
-        const QString name = fromWide(driver.pName);
-        if (!models.contains(name))
+    for (const Driver &driver : qAsConst(drivers)) {
+        if (!models.contains(driver.name))
             continue;
-        packages = GetDriverInfPaths(name);
-        if (!removeDriver(*this, name, packages))
+        packages = GetDriverInfPaths(driver.name);
+        if (!removeDriver(*this, driver.name, packages))
             return false;
     }
     if (!removePackages(*this, packages))

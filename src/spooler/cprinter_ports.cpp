@@ -1,16 +1,62 @@
 #include "spooler/cprinter.h"
 
-#include "spooler/helperexport.h"
-#include "spooler/win32text.h"
+#include "spooler/win32.h"
 #include "quaylink/quaylink.h"
 
 #include <QDebug>
+#include <QLibrary>
 
 #include <optional>
 
 namespace {
 
-constexpr int helperMissing = -1;
+/// One export of the port helper library, which is loaded with this object and unloaded with it: nothing is kept
+/// between calls. A missing library or export is logged and leaves the object false. Any thread.
+class HelperExport
+{
+public:
+    /// The log lines of one operation; each names its place in the code.
+    struct Texts
+    {
+        const char *loadFailed;
+        const char *resolveFailed;
+    };
+
+    HelperExport(const char *name, const Texts &texts)
+        : m_library(QStringLiteral("Quaylink.dll"))
+    {
+        if (!m_library.load()) {
+            qCritical("%s", texts.loadFailed);
+            return;
+        }
+        m_address = m_library.resolve(name);
+        if (!m_address)
+            qCritical("%s", texts.resolveFailed);
+    }
+
+    ~HelperExport()
+    {
+        if (m_library.isLoaded())
+            m_library.unload();
+    }
+    Q_DISABLE_COPY(HelperExport)
+
+    explicit operator bool() const { return m_address != nullptr; }
+
+    /// The export as a function of the given type. Valid as long as this object.
+    template <typename Function>
+    Function *as() const
+    {
+        return reinterpret_cast<Function *>(m_address);
+    }
+
+private:
+    QLibrary m_library;
+    QFunctionPointer m_address = nullptr;
+};
+
+constexpr int deletionAttempts = 2;
+const auto spoolerService = QStringLiteral("Spooler");
 
 /// What tells one call of the helper library from another.
 struct HelperCall
@@ -53,6 +99,20 @@ std::optional<int> callHelper(const HelperCall &call, Arguments... arguments)
 
 } // namespace
 
+bool CPrinter::EnumLocalPorts(QList<Port> &ports)
+{
+    return forEachEntry<PORT_INFO_2W>(
+        {"152_CPrinter EnumPorts GetLastError() == %lu || pcbNeeded == %lu",
+         "163_CPrinter EnumPorts GetLastError() == %lu"},
+        [](LPBYTE bytes, DWORD size, LPDWORD needed, LPDWORD returned) {
+            return EnumPortsW(nullptr, 2, bytes, size, needed, returned);
+        },
+        [&](const PORT_INFO_2W &info) {
+            ports.append({fromWide(info.pPortName)});
+            qInfo("171_CPrinter port name: %ls", qUtf16Printable(ports.last().name));
+        });
+}
+
 int CPrinter::addStandardTcpPort(const QString &portName, const QString &host, unsigned int portNumber)
 {
     qDebug() << "23_CPrinter addStandardTcpPort" << portName << host << portNumber;
@@ -94,4 +154,26 @@ bool CPrinter::StopDependentServices(SC_HANDLE manager, SC_HANDLE service)
 {
     qDebug() << "909_CPrinter StopDependentServices()" << manager << service;
     return callHelper<Quaylink::StopDependentServices>(stopDependents, manager, service).value_or(FALSE) != FALSE;
+}
+
+bool CPrinter::RemovePrinterDriver(const QString &driver, const QString &environment)
+{
+    qDebug() << "1020_CPrinter RemovePrinterDriver()" << driver << environment;
+    const HelperExport helper("QDeletePrinterDriver",
+                              {"1024_CPrinter load Quaylink.dll failed", "1032_CPrinter resolve Quaylink.dll failed"});
+    if (!helper)
+        return false;
+    auto *deleteDriver = helper.as<Quaylink::QDeletePrinterDriver>();
+    DWORD error = 0;
+    for (int attempt = 0; attempt < deletionAttempts; ++attempt) {
+        if (deleteDriver(WideText(driver).data(), WideText(environment).data(), &error)) {
+            qDebug("1050_CPrinter QDeletePrinterDriver successfully");
+            return true;
+        }
+        qDebug("1044_CPrinter pF() failed (%d)", static_cast<int>(error));
+        // The spooler may still hold the driver. It is restarted behind the last attempt too.
+        StopSvc(spoolerService);
+        StartSvc(spoolerService);
+    }
+    return false;
 }

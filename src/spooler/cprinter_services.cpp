@@ -1,6 +1,6 @@
 #include "spooler/cprinter.h"
 
-#include "spooler/win32text.h"
+#include "spooler/win32.h"
 
 #include <QDebug>
 #include <QThread>
@@ -190,7 +190,7 @@ SC_HANDLE CPrinter::QOpenSCManager()
     return manager;
 }
 
-SC_HANDLE CPrinter::QOpenService(SC_HANDLE manager, const QString &name, DWORD access)
+SC_HANDLE CPrinter::QOpenService(SC_HANDLE manager, const QString &name, quint32 access)
 {
     qDebug() << "748_CPrinter QOpenService()" << name;
     if (!manager)

@@ -1,8 +1,8 @@
 #include "spooler/cprinter.h"
 
-#include "spooler/childprocess.h"
-
+#include <QDeadlineTimer>
 #include <QDebug>
+#include <QThread>
 
 // The set-up entry point of the platform: PrintUIEntry of PRINTUI.DLL, run by RUNDLL32 as a child process. Names go
 // into the command line as they stand; one with a double quote breaks it, and the set-up then makes another queue or
@@ -13,6 +13,7 @@ namespace {
 constexpr int startTimeout = 30000;     // ms
 constexpr int setupTimeout = 5 * 60000; // ms
 constexpr int testPageTimeout = 30000;  // ms
+constexpr int interruptionCheck = 100;  // ms
 
 QString quoted(const QString &text)
 {
@@ -28,6 +29,27 @@ QString setupCommand(const QString &name, const QString &port, const QString &mo
     if (useInf)
         command += QStringLiteral(" /u");
     return command;
+}
+
+/// Starts a command line given as one text, split at blanks outside double quotes.
+void startCommand(QProcess &process, const QString &commandLine)
+{
+    QStringList arguments = QProcess::splitCommand(commandLine);
+    const QString program = arguments.takeFirst();
+    process.start(program, arguments, QIODevice::ReadWrite);
+}
+
+/// Waits until a started process has finished, at most `milliseconds`; also gives up when the calling thread is asked
+/// to end, so that a set-up in progress does not hold up the end of the program.
+bool waitForFinished(QProcess &process, int milliseconds)
+{
+    const QDeadlineTimer deadline(milliseconds);
+    while (process.state() != QProcess::NotRunning) {
+        if (deadline.hasExpired() || QThread::currentThread()->isInterruptionRequested())
+            return false;
+        process.waitForFinished(static_cast<int>(qMin<qint64>(interruptionCheck, deadline.remainingTime())));
+    }
+    return true;
 }
 
 } // namespace

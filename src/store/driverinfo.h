@@ -3,18 +3,6 @@
 #include <QMetaType>
 #include <QString>
 
-/// What marks a queue of the spooler as one of ours.
-namespace CloudPrinter {
-const auto driverName = QStringLiteral("Orvo OX-410T");
-/// Port number n takes at least three digits; its capture server listens on 8100 + n.
-const auto portNameTemplate = QStringLiteral("OXCloud%1");
-constexpr int portNamePrefixLength = 7;
-const auto localAddress = QStringLiteral("127.0.0.1");
-
-/// Whether the text is a cloud serial: 16 digits from 0-9 and A-F, upper case.
-bool isSerial(const QString &text);
-} // namespace CloudPrinter
-
 /// What the program knows of one cloud printer. A plain value; registered with the meta-type system as "DriverInfo" at
 /// start-up so that it crosses threads in queued signals.
 struct DriverInfo

@@ -2,6 +2,7 @@
 
 #include "base/runningthreads.h"
 #include "spooler/cprinter.h"
+#include "store/cloudprinter.h"
 #include "store/printerstore.h"
 #include "ui/actionbutton.h"
 #include "ui/errordialog.h"
@@ -15,8 +16,6 @@ namespace {
 
 const auto viewStyle = QStringLiteral("background-color:transparent;border:1px solid transparent;");
 const auto editStyle = QStringLiteral("background-color:white;border:1px solid rgb(140, 152, 168);");
-
-constexpr int invalidPrinterName = -1; // of CPrinter::SetCloudPrinterId
 
 QString singleQuoted(const QString &text)
 {
@@ -71,7 +70,8 @@ bool DriverItem::changeSerial(const QString &serial)
     } else if (!CloudPrinter::isSerial(serial)) {
         failure = QStringLiteral("云序号输入错误!");
     } else if (const int result = CPrinter().SetCloudPrinterId(m_info.printerName, serial)) {
-        failure = result == invalidPrinterName ? QStringLiteral("打印机名无效!") : QStringLiteral("修改云序号失败!");
+        failure = result == CPrinter::invalidPrinterName ? QStringLiteral("打印机名无效!")
+                                                         : QStringLiteral("修改云序号失败!");
     }
     if (!failure.isEmpty()) {
         showMessage(failure);

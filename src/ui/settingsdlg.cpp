@@ -1,6 +1,6 @@
 #include "ui/settingsdlg.h"
 
-#include "spooler/spooljobs.h"
+#include "spooler/cprinter.h"
 #include "store/journal.h"
 #include "ui/detailrows.h"
 

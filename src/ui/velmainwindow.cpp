@@ -4,7 +4,7 @@
 #include "base/runningthreads.h"
 #include "capture/printerserver.h"
 #include "spooler/cprinter.h"
-#include "spooler/win32text.h"
+#include "store/cloudprinter.h"
 #include "store/journal.h"
 #include "store/printerstore.h"
 #include "ui/driveritem.h"
@@ -31,12 +31,6 @@ const auto otherStyle = QStringLiteral(
     "255);}QPushButton:hover{background-color: rgba(0, 138, 255, 51);border:none;color:rgb(255, 255, 255);}");
 const auto selectedStyle = QStringLiteral(
     "QPushButton{background-color: rgba(0, 138, 255,140);border:none;font-size : 14px;color:rgb(255, 255, 255);}");
-
-bool isCloudPrinter(const QString &driverName, const QString &portName)
-{
-    return driverName == CloudPrinter::driverName &&
-           portName.contains(CloudPrinter::portNameTemplate.left(CloudPrinter::portNamePrefixLength));
-}
 
 /// Moves the letters of a label closer together if its text is a little wider than the label.
 void tightenToFit(QLabel *label)
@@ -135,16 +129,15 @@ void VelMainWindow::buildWaitingDialog()
 void VelMainWindow::serveExistingPrinters()
 {
     CPrinter printer;
-    QList<PRINTER_INFO_2W> queues;
-    SpoolerBuffer buffer;
-    printer.EnumLocalPrinters(queues, buffer);
-    for (const PRINTER_INFO_2W &queue : qAsConst(queues)) {
+    QList<Queue> queues;
+    printer.EnumLocalPrinters(queues);
+    for (const Queue &queue : qAsConst(queues)) {
         DriverInfo info;
-        info.driverName = fromWide(queue.pDriverName);
-        info.portName = fromWide(queue.pPortName);
-        info.printerName = fromWide(queue.pPrinterName);
+        info.driverName = queue.driver;
+        info.portName = queue.port;
+        info.printerName = queue.name;
         qDebug() << "::" << info.driverName;
-        if (isCloudPrinter(info.driverName, info.portName))
+        if (CloudPrinter::isCloudQueue(queue.driver, queue.port))
             serveExistingPrinter(info);
     }
     m_cardLayout->addStretch(1);
@@ -176,16 +169,12 @@ void VelMainWindow::AddValidDriver(const DriverInfo &info, quint16 portNumber)
 {
     qDebug() << "AddValidDriver " << info.printerName << info.cloudSn << info.portName << portNumber;
     CPrinter printer;
-    SpoolerBuffer buffer;
-    if (!printer.GetCloudPrinterInfo(info.printerName, buffer))
-        return;
-    const auto *queue = reinterpret_cast<const PRINTER_INFO_2W *>(buffer.get());
-    const QString driverName = fromWide(queue->pDriverName);
-    if (!isCloudPrinter(driverName, fromWide(queue->pPortName)))
+    Queue queue;
+    if (!printer.GetCloudPrinterInfo(info.printerName, queue) || !CloudPrinter::isCloudQueue(queue.driver, queue.port))
         return;
     QString id;
     printer.GetCloudPrinterId(info.printerName, id);
-    qDebug() << QStringLiteral("AddValidDriver driver name: %1, id: %2").arg(driverName, id);
+    qDebug() << QStringLiteral("AddValidDriver driver name: %1, id: %2").arg(queue.driver, id);
 
     DriverInfo served = info;
     served.portNum = portNumber;

@@ -1,6 +1,6 @@
 #include "workflows/addprinterthread.h"
 
-#include "spooler/win32text.h"
+#include "store/cloudprinter.h"
 
 #include <QCoreApplication>
 #include <QDebug>
@@ -10,41 +10,31 @@
 
 namespace {
 
-constexpr int portNumberBase = 8100;
-constexpr int portNameDigits = 3;
-
 bool isSame(const QString &one, const QString &other)
 {
     return one.compare(other, Qt::CaseInsensitive) == 0;
 }
 
-QString portNameOf(int number)
-{
-    return CloudPrinter::portNameTemplate.arg(number, portNameDigits, 10, QLatin1Char('0'));
-}
-
 /// The first number whose port no printer uses. A port without a printer counts as free: the numbers go by the
 /// printers.
-int freeNumber(const QList<PRINTER_INFO_2W> &printers)
+int freeNumber(const QList<Queue> &queues)
 {
     const auto isUsed = [&](const QString &portName) {
-        return std::any_of(printers.cbegin(), printers.cend(), [&](const PRINTER_INFO_2W &printer) {
-            return isSame(fromWide(printer.pPortName), portName);
-        });
+        return std::any_of(queues.cbegin(), queues.cend(),
+                           [&](const Queue &queue) { return isSame(queue.port, portName); });
     };
     int number = 1;
-    while (isUsed(portNameOf(number)))
+    while (isUsed(CloudPrinter::portName(number)))
         ++number;
     return number;
 }
 
-bool isKnown(CPrinter &spooler, const QList<PRINTER_INFO_2W> &printers, const DriverInfo &info)
+bool isKnown(CPrinter &spooler, const QList<Queue> &queues, const DriverInfo &info)
 {
-    for (const PRINTER_INFO_2W &printer : printers) {
-        const QString name = fromWide(printer.pPrinterName);
+    for (const Queue &queue : queues) {
         QString cloudSn;
-        const bool isCloudPrinter = spooler.GetCloudPrinterId(name, cloudSn);
-        if (isSame(name, info.printerName) || (isCloudPrinter && isSame(cloudSn, info.cloudSn)))
+        const bool isCloudPrinter = spooler.GetCloudPrinterId(queue.name, cloudSn);
+        if (isSame(queue.name, info.printerName) || (isCloudPrinter && isSame(cloudSn, info.cloudSn)))
             return true;
     }
     return false;
@@ -83,15 +73,14 @@ void AddPrinterThread::run()
 
 QString AddPrinterThread::addPrinter()
 {
-    QList<PRINTER_INFO_2W> printers;
-    SpoolerBuffer buffer;
-    m_printer.EnumLocalPrinters(printers, buffer);
-    if (isKnown(m_printer, printers, m_info))
+    QList<Queue> queues;
+    m_printer.EnumLocalPrinters(queues);
+    if (isKnown(m_printer, queues, m_info))
         return QStringLiteral("当前打印机已经存在!");
 
-    const int number = freeNumber(printers);
-    const QString portName = portNameOf(number);
-    const auto portNumber = static_cast<quint16>(portNumberBase + number);
+    const int number = freeNumber(queues);
+    const QString portName = CloudPrinter::portName(number);
+    const quint16 portNumber = CloudPrinter::portNumber(number);
     qDebug("%s", qUtf8Printable(QStringLiteral("68_AddPrinterThread add driver %1,need port is %2,port num is %3")
                                     .arg(m_info.printerName, portName, QString::number(portNumber))));
 
@@ -113,12 +102,11 @@ QString AddPrinterThread::addPrinter()
 
 QString AddPrinterThread::providePort(const QString &portName, quint16 portNumber)
 {
-    QList<PORT_INFO_2W> ports;
-    SpoolerBuffer buffer;
-    m_printer.EnumLocalPorts(ports, buffer);
-    for (const PORT_INFO_2W &port : qAsConst(ports)) {
+    QList<Port> ports;
+    m_printer.EnumLocalPorts(ports);
+    for (const Port &port : qAsConst(ports)) {
         // Intended: a port that is left over is used as it stands, wherever it points.
-        if (isSame(fromWide(port.pPortName), portName))
+        if (isSame(port.name, portName))
             return QString();
     }
     if (m_printer.addStandardTcpPort(portName, CloudPrinter::localAddress, portNumber) == 0)
@@ -129,12 +117,10 @@ QString AddPrinterThread::providePort(const QString &portName, quint16 portNumbe
 
 bool AddPrinterThread::isDriverInstalled()
 {
-    QList<DRIVER_INFO_3W> drivers;
-    SpoolerBuffer buffer;
-    m_printer.EnumLocalDrivers(drivers, buffer);
-    return std::any_of(drivers.cbegin(), drivers.cend(), [](const DRIVER_INFO_3W &driver) {
-        return isSame(fromWide(driver.pName), CloudPrinter::driverName);
-    });
+    QList<Driver> drivers;
+    m_printer.EnumLocalDrivers(drivers);
+    return std::any_of(drivers.cbegin(), drivers.cend(),
+                       [](const Driver &driver) { return isSame(driver.name, CloudPrinter::driverName); });
 }
 
 QString AddPrinterThread::installQueue(const QString &portName)
@@ -161,8 +147,8 @@ QString AddPrinterThread::bindQueue(quint16 portNumber)
     const int result = m_printer.SetCloudPrinterId(m_info.printerName, m_info.cloudSn);
     if (result != 0) {
         qDebug() << "134_AddPrinterThread setCloudPrinterId failed:" << result;
-        return result == -1 ? QStringLiteral("添加打印机失败, 打印机名无效")
-                            : QStringLiteral("添加打印机失败, 无法设置云序列号");
+        return result == CPrinter::invalidPrinterName ? QStringLiteral("添加打印机失败, 打印机名无效")
+                                                      : QStringLiteral("添加打印机失败, 无法设置云序列号");
     }
     if (!m_printer.SetPrinterPortNum(m_info.printerName, portNumber)) {
         qDebug("146_AddPrinterThread setPrinterPortNum failed");

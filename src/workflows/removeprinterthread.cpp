@@ -1,7 +1,5 @@
 #include "workflows/removeprinterthread.h"
 
-#include "spooler/win32text.h"
-
 #include <QDebug>
 
 RemovePrinterThread::RemovePrinterThread(const DriverInfo &info, QObject *parent)
@@ -30,12 +28,11 @@ RemovePrinterThread::Outcome RemovePrinterThread::removePrinter()
 
 bool RemovePrinterThread::isDriverInUse()
 {
-    QList<PRINTER_INFO_2W> printers;
-    SpoolerBuffer buffer;
-    m_printer.EnumLocalPrinters(printers, buffer);
-    for (const PRINTER_INFO_2W &printer : qAsConst(printers)) {
-        if (fromWide(printer.pDriverName).compare(m_info.driverName, Qt::CaseInsensitive) == 0) {
-            qDebug("%ls依赖%ls, 不删除驱动", printable(printer.pPrinterName), printable(printer.pDriverName));
+    QList<Queue> queues;
+    m_printer.EnumLocalPrinters(queues);
+    for (const Queue &queue : qAsConst(queues)) {
+        if (queue.driver.compare(m_info.driverName, Qt::CaseInsensitive) == 0) {
+            qDebug("%ls依赖%ls, 不删除驱动", qUtf16Printable(queue.name), qUtf16Printable(queue.driver));
             return true;
         }
     }

@@ -1,11 +1,13 @@
 #include "spooler/cprinter.h"
-#include "spooler/environments.h"
 #include "support/logrecorder.h"
 #include "support/machine.h"
 
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <windows.h>
+#include <winsvc.h>
 
 #include "win32/control.h"
 

@@ -1,5 +1,4 @@
 #include "spooler/cprinter.h"
-#include "spooler/environments.h"
 #include "spooler/inffile.h"
 #include "support/logrecorder.h"
 

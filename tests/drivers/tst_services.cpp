@@ -6,6 +6,9 @@
 #include <QTest>
 #include <QThread>
 
+#include <windows.h>
+#include <winsvc.h>
+
 #include "win32/control.h"
 
 namespace {

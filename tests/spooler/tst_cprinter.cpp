@@ -1,10 +1,10 @@
 #include "spooler/cprinter.h"
-#include "spooler/spooljobs.h"
-#include "spooler/win32text.h"
 #include "support/logrecorder.h"
 #include "support/machine.h"
 
 #include <QTest>
+
+#include <windows.h>
 
 #include "win32/control.h"
 
@@ -38,8 +38,8 @@ bool getPort(CPrinter &printer)
 
 bool getInfo(CPrinter &printer)
 {
-    SpoolerBuffer buffer;
-    return printer.GetCloudPrinterInfo(queue, buffer);
+    Queue info;
+    return printer.GetCloudPrinterInfo(queue, info);
 }
 
 bool rename(CPrinter &printer)
@@ -54,23 +54,20 @@ bool remove(CPrinter &printer)
 
 bool enumPrinters(CPrinter &printer)
 {
-    SpoolerBuffer buffer;
-    QList<PRINTER_INFO_2W> printers;
-    return printer.EnumLocalPrinters(printers, buffer);
+    QList<Queue> queues;
+    return printer.EnumLocalPrinters(queues);
 }
 
 bool enumPorts(CPrinter &printer)
 {
-    SpoolerBuffer buffer;
-    QList<PORT_INFO_2W> ports;
-    return printer.EnumLocalPorts(ports, buffer);
+    QList<Port> ports;
+    return printer.EnumLocalPorts(ports);
 }
 
 bool enumDrivers(CPrinter &printer)
 {
-    SpoolerBuffer buffer;
-    QList<DRIVER_INFO_3W> drivers;
-    return printer.EnumLocalDrivers(drivers, buffer);
+    QList<Driver> drivers;
+    return printer.EnumLocalDrivers(drivers);
 }
 
 } // namespace
@@ -102,9 +99,9 @@ private slots:
                  std::make_pair(regBinary, std::string("\xa5\x1f")));
 
         Win32Emulator::failCalls("OpenPrinterW", ERROR_ACCESS_DENIED);
-        QCOMPARE(printer.SetCloudPrinterId(queue, "F"), -2);
+        QCOMPARE(printer.SetCloudPrinterId(queue, "F"), CPrinter::printerNotOpened);
         LogRecorder log;
-        QCOMPARE(printer.SetCloudPrinterId("nobody", "F"), -1);
+        QCOMPARE(printer.SetCloudPrinterId("nobody", "F"), CPrinter::invalidPrinterName);
         QVERIFY(log.contains("224_CPrinter SetCloudPrinterId \"nobody\" \"F\""));
         QVERIFY(log.contains("234_CPrinter OpenPrinter nobody, error is 1801"));
     }
@@ -212,12 +209,11 @@ private slots:
         CPrinter printer;
         QVERIFY(!printer.RenamePrinter(queue, "taken"));
         QVERIFY(printer.RenamePrinter(queue, "后台 %1"));
-        SpoolerBuffer info;
+        Queue info;
         QVERIFY(!printer.GetCloudPrinterInfo(queue, info));
         QVERIFY(printer.GetCloudPrinterInfo("后台 %1", info));
-        const auto *entry = reinterpret_cast<const PRINTER_INFO_2W *>(info.get());
-        QCOMPARE(fromWide(entry->pPortName), QString("OXCloud001"));
-        QCOMPARE(fromWide(entry->pDriverName), QString("Orvo OX-410T"));
+        QCOMPARE(info.port, QString("OXCloud001"));
+        QCOMPARE(info.driver, QString("Orvo OX-410T"));
         QCOMPARE(Win32Emulator::printerData("后台 %1", "CloudId")->second, serialBytes);
     }
 
@@ -230,7 +226,7 @@ private slots:
         QVERIFY(printer.RemovePrinter(queue));
         QVERIFY2(argumentsOf("SetPrinterW").filter("command=3").size() >= 4, "a purge that does nothing is repeated");
         QCOMPARE(argumentsOf("DeletePrinterConnectionW").size(), 1);
-        QVERIFY(!PrinterHandle(queue));
+        QVERIFY(Win32Emulator::printers().empty());
 
         Win32Emulator::clearCalls();
         QVERIFY(!printer.RemovePrinter(""));

@@ -4,6 +4,8 @@
 
 #include <QTest>
 
+#include <windows.h>
+
 #include "win32/control.h"
 
 namespace {

@@ -1,0 +1,32 @@
+#include "store/cloudprinter.h"
+
+#include <QRegularExpression>
+
+namespace {
+
+const auto portPrefix = QStringLiteral("OXCloud");
+constexpr int portDigits = 3;
+constexpr int portNumberBase = 8100;
+
+} // namespace
+
+QString CloudPrinter::portName(int number)
+{
+    return portPrefix + QStringLiteral("%1").arg(number, portDigits, 10, QLatin1Char('0'));
+}
+
+quint16 CloudPrinter::portNumber(int number)
+{
+    return static_cast<quint16>(portNumberBase + number);
+}
+
+bool CloudPrinter::isCloudQueue(const QString &driver, const QString &port)
+{
+    return driver == driverName && port.contains(portPrefix);
+}
+
+bool CloudPrinter::isSerial(const QString &text)
+{
+    static const QRegularExpression serial(QRegularExpression::anchoredPattern(QStringLiteral("[0-9A-F]{16}")));
+    return serial.match(text).hasMatch();
+}
