@@ -6,12 +6,20 @@
 #include <QDebug>
 #include <QLibrary>
 
+#include <mutex>
 #include <optional>
 
 namespace {
 
-/// One export of the port helper library, which is loaded with this object and unloaded with it: nothing is kept
-/// between calls. A missing library or export is logged and leaves the object false. Any thread.
+std::mutex bindingMutex;
+
+/// One export of the helper library, which is loaded with this object and unloaded with it: nothing is kept between
+/// calls. A missing library or export is logged and leaves the object false. Any thread.
+///
+/// Qt shares one object per library file among all threads, and neither its handle nor its count of loads is safe
+/// against a load and an unload at the same time: hence the lock. The call itself needs none, and could not hold it as
+/// the deletion of a driver nests another call: each object has its own load counted, and only the unload of the last
+/// one unmaps the library.
 class HelperExport
 {
 public:
@@ -25,18 +33,18 @@ public:
     HelperExport(const char *name, const Texts &texts)
         : m_library(QStringLiteral("Quaylink.dll"))
     {
-        if (!m_library.load()) {
+        bind(name);
+        if (!m_loaded)
             qCritical("%s", texts.loadFailed);
-            return;
-        }
-        m_address = m_library.resolve(name);
-        if (!m_address)
+        else if (!m_address)
             qCritical("%s", texts.resolveFailed);
     }
 
     ~HelperExport()
     {
-        if (m_library.isLoaded())
+        const std::lock_guard locker(bindingMutex);
+        // Not QLibrary::isLoaded(): that is also true for a library that only another thread has loaded.
+        if (m_loaded)
             m_library.unload();
     }
     Q_DISABLE_COPY(HelperExport)
@@ -51,7 +59,16 @@ public:
     }
 
 private:
+    void bind(const char *name)
+    {
+        const std::lock_guard locker(bindingMutex);
+        m_loaded = m_library.load();
+        if (m_loaded)
+            m_address = m_library.resolve(name);
+    }
+
     QLibrary m_library;
+    bool m_loaded = false;
     QFunctionPointer m_address = nullptr;
 };
 

@@ -9,6 +9,9 @@
 
 #include "win32/control.h"
 
+#include <atomic>
+#include <thread>
+
 namespace {
 
 QString libraryPath()
@@ -76,6 +79,26 @@ private slots:
         QVERIFY(QFile::copy(qEnvironmentVariable("ORVO_BIN") + "/Quaylink.dll", libraryPath()));
         QCOMPARE(CPrinter().addStandardTcpPort("OXCloud001", "127.0.0.1", 8101), 0);
         QCOMPARE(Win32Emulator::ports().size(), size_t(1));
+    }
+
+    /// Threads bind the library side by side: one that unloads it does not unmap it for another.
+    void threadsShareTheLibrary()
+    {
+        constexpr int calls = 200;
+        QFile::remove(libraryPath());
+        QVERIFY(QFile::copy("slow/Quaylink.dll", libraryPath()));
+        const LogRecorder log;
+        std::atomic<int> answered{0};
+        const auto callOften = [&] {
+            QString host;
+            unsigned short number = 0;
+            for (int i = 0; i < calls; ++i)
+                answered += CPrinter().GetPortInfo("", host, number) == 0 ? 1 : 0;
+        };
+        std::thread other(callOften);
+        callOften();
+        other.join();
+        QCOMPARE(answered.load(), 2 * calls);
     }
 
 private:
