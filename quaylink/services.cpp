@@ -1,25 +1,15 @@
 #include "quaylink/exports.h"
+#include "quaylink/servicehandle.h"
 
-#include <memory>
-#include <type_traits>
 #include <vector>
+
+using namespace Quaylink;
+using namespace std::chrono_literals;
 
 namespace {
 
-constexpr DWORD stopTimeout = 30000; // ms for all dependents together
-constexpr DWORD pollInterval = 250;  // ms
-
-struct CloseService
-{
-    void operator()(SC_HANDLE service) const { CloseServiceHandle(service); }
-};
-using ServiceHandle = std::unique_ptr<std::remove_pointer_t<SC_HANDLE>, CloseService>;
-
-/// Time since GetTickCount() gave `start`; right across the counter's wrap-around.
-DWORD millisecondsSince(DWORD start)
-{
-    return GetTickCount() - start;
-}
+constexpr auto stopTimeout = 30s; // for all dependents together
+constexpr auto pollInterval = 250ms;
 
 bool waitUntilStopped(SC_HANDLE service, DWORD start)
 {
@@ -29,9 +19,9 @@ bool waitUntilStopped(SC_HANDLE service, DWORD start)
             return false;
         if (status.dwCurrentState == SERVICE_STOPPED)
             return true;
-        if (millisecondsSince(start) > stopTimeout)
+        if (elapsedSince(start) > stopTimeout)
             return false;
-        Sleep(pollInterval);
+        pause(pollInterval);
     }
 }
 

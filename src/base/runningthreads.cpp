@@ -3,6 +3,7 @@
 #include <QDeadlineTimer>
 #include <QMutex>
 #include <QObject>
+#include <QReadWriteLock>
 #include <QSet>
 #include <QThread>
 
@@ -10,6 +11,8 @@ namespace {
 
 QMutex listMutex;
 QSet<QThread *> threads;
+QReadWriteLock criticalWork;                // locked for reading by each piece of it
+constexpr int criticalWorkTimeout = 120000; // ms
 
 QSet<QThread *> listed()
 {
@@ -50,7 +53,19 @@ bool endAll(int milliseconds)
         else
             allEnded = false;
     }
+    if (!allEnded && criticalWork.tryLockForWrite(criticalWorkTimeout))
+        criticalWork.unlock();
     return allEnded;
+}
+
+CriticalWork::CriticalWork()
+{
+    criticalWork.lockForRead();
+}
+
+CriticalWork::~CriticalWork()
+{
+    criticalWork.unlock();
 }
 
 } // namespace RunningThreads

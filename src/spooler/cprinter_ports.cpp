@@ -1,5 +1,6 @@
 #include "spooler/cprinter.h"
 
+#include "base/runningthreads.h"
 #include "spooler/win32.h"
 #include "quaylink/quaylink.h"
 
@@ -188,7 +189,8 @@ bool CPrinter::RemovePrinterDriver(const QString &driver, const QString &environ
             return true;
         }
         qDebug("1044_CPrinter pF() failed (%d)", static_cast<int>(error));
-        // The spooler may still hold the driver. It is restarted behind the last attempt too.
+        // The spooler may still hold the driver. It is restarted after the last attempt, too.
+        const RunningThreads::CriticalWork restart;
         StopSvc(spoolerService);
         StartSvc(spoolerService);
     }

@@ -1,27 +1,23 @@
 #include "spooler/cprinter.h"
 
 #include "spooler/win32.h"
+#include "quaylink/servicehandle.h"
 
 #include <QDebug>
 #include <QThread>
 
 #include <algorithm>
-#include <memory>
-#include <type_traits>
+
+using namespace std::chrono_literals;
+using Quaylink::ServiceHandle;
 
 namespace {
 
-constexpr DWORD stopTimeout = 30000;       // ms from the beginning of StopSvc
-constexpr DWORD stopPause = 500;           // ms
-constexpr DWORD shortestStartPause = 1000; // ms
+constexpr auto stopTimeout = 30s; // from the beginning of StopSvc
+constexpr auto stopPause = 500ms;
+constexpr DWORD shortestStartPause = 1000; // ms, like the wait hint
 constexpr DWORD longestStartPause = 10000; // ms
 constexpr int serviceNameCapacity = 260;   // UTF-16 units with the terminating zero
-
-struct CloseService
-{
-    void operator()(SC_HANDLE handle) const { CloseServiceHandle(handle); }
-};
-using ServiceHandle = std::unique_ptr<std::remove_pointer_t<SC_HANDLE>, CloseService>;
 
 /// A service and the manager it was opened from; the service is closed first.
 struct OpenedService
@@ -42,16 +38,33 @@ OpenedService openService(CPrinter &printer, const QString &name, DWORD access)
     return {ServiceHandle(manager), ServiceHandle(service)};
 }
 
-/// True when the program ends; a wait for a service must not hold that up.
+/// True when the program ends. Waits end then, except for those that a restart of the service depends on.
 bool interrupted()
 {
     return QThread::currentThread()->isInterruptionRequested();
 }
 
-/// Time since GetTickCount() gave `start`; right across the counter's wrap-around.
-DWORD millisecondsSince(DWORD start)
+/// True when a start was refused only because the service has not stopped yet, or has just done so.
+bool isStopping(SC_HANDLE service, DWORD startError)
 {
-    return GetTickCount() - start;
+    SERVICE_STATUS status = {};
+    return startError == ERROR_SERVICE_ALREADY_RUNNING && QueryServiceStatus(service, &status) &&
+           (status.dwCurrentState == SERVICE_STOP_PENDING || status.dwCurrentState == SERVICE_STOPPED);
+}
+
+/// Waits for a stop that outlasted StopSvc, so that a restart does not leave the machine without the service.
+bool startOnceStopped(SC_HANDLE service)
+{
+    const DWORD start = GetTickCount();
+    while (!StartServiceW(service, 0, nullptr)) {
+        const DWORD error = GetLastError();
+        if (!isStopping(service, error) || Quaylink::elapsedSince(start) > stopTimeout) {
+            qDebug("958_CPrinter StartService failed (%lu)", ulong(error));
+            return false;
+        }
+        Quaylink::pause(stopPause);
+    }
+    return true;
 }
 
 void waitWhileStartPending(SC_HANDLE service)
@@ -67,7 +80,7 @@ void waitWhileStartPending(SC_HANDLE service)
         if (status.dwCheckPoint > checkPoint) {
             progressTime = GetTickCount();
             checkPoint = status.dwCheckPoint;
-        } else if (millisecondsSince(progressTime) > status.dwWaitHint) {
+        } else if (Quaylink::elapsedSince(progressTime) > std::chrono::milliseconds(status.dwWaitHint)) {
             return;
         }
     }
@@ -100,7 +113,7 @@ public:
 
 private:
     DWORD state() const { return m_status.dwCurrentState; }
-    bool timedOut() const { return millisecondsSince(m_start) > stopTimeout; }
+    bool timedOut() const { return Quaylink::elapsedSince(m_start) > stopTimeout; }
 
     bool query(const char *failureText)
     {
@@ -112,8 +125,8 @@ private:
         return false;
     }
 
-    /// Sees a stop that someone else began to its end. False ends the attempt, even when the service has stopped: it
-    /// was not this attempt that stopped it.
+    /// Waits for a stop requested by someone else. False ends the attempt, even when the service has stopped: it was
+    /// not this attempt that stopped it.
     bool waitForForeignStop()
     {
         while (state() == SERVICE_STOP_PENDING && !interrupted()) {
@@ -135,7 +148,7 @@ private:
 
     bool stop()
     {
-        // Intended: a service that neither stops nor tells that it is stopping is told again at once.
+        // A service that accepts the control but reports neither state gets it again at once, without a limit.
         while (state() != SERVICE_STOPPED) {
             if (interrupted() || !sendStop() || !waitWhileStopPending())
                 return false;
@@ -156,15 +169,16 @@ private:
         return true;
     }
 
+    /// Not interruptible: who asked for the stop can start the service again only when it has stopped.
     bool waitWhileStopPending()
     {
-        while (state() == SERVICE_STOP_PENDING && !interrupted()) {
+        while (state() == SERVICE_STOP_PENDING) {
             Sleep(m_status.dwWaitHint);
             if (!query("882_CPrinter QueryServiceStatusEx failed (%lu)\n"))
                 return false;
             if (state() == SERVICE_STOPPED)
                 return true;
-            Sleep(stopPause);
+            Quaylink::pause(stopPause);
             if (timedOut()) {
                 qDebug("893_CPrinter Wait timed out");
                 return false;
@@ -210,11 +224,9 @@ bool CPrinter::StartSvc(const QString &name)
     const OpenedService opened = openService(*this, name, SERVICE_ALL_ACCESS);
     if (!opened.service)
         return false;
-    const bool started = StartServiceW(opened.service.get(), 0, nullptr) != FALSE;
+    const bool started = startOnceStopped(opened.service.get());
     if (started)
         waitWhileStartPending(opened.service.get());
-    else
-        qDebug("958_CPrinter StartService failed (%lu)", ulong(GetLastError()));
     qDebug() << "1014_CPrinter StartSvc() returned" << started;
     return started;
 }

@@ -1,3 +1,4 @@
+#include "base/runningthreads.h"
 #include "spooler/cprinter.h"
 #include "support/logrecorder.h"
 #include "support/machine.h"
@@ -145,6 +146,41 @@ private slots:
         QVERIFY(!result);
     }
 
+    /// Quitting in the middle of a restart waits for it: the machine keeps its spooler.
+    void restartOutlastsTheProgram()
+    {
+        Win32Emulator::scriptService(
+            "Spooler", {{running}, {stopping, 0, 1000}, {stopping, 0, 1000}, {stopping, 0, 1000}, {stopped}});
+        Win32Emulator::failCalls("DeletePrinterDriverExW", ERROR_ACCESS_DENIED, 0, 2);
+        Win32Emulator::beforeCall("Sleep", [] {
+            while (!QThread::currentThread()->isInterruptionRequested())
+                QThread::msleep(1);
+            QThread::msleep(300); // the time that the threads have to end is over
+        });
+        const LogRecorder log;
+        RunningThreads::start(QThread::create([] { CPrinter().RemovePrinterDriver("Orvo OX-410T", EnvX64); }));
+        QTRY_VERIFY(!Win32Emulator::calls("ControlService").empty());
+        RunningThreads::endAll(0);
+        QCOMPARE(Win32Emulator::serviceState("Spooler"), running);
+        QVERIFY(RunningThreads::endAll(5000));
+        QVERIFY(log.contains("899_CPrinter Service stopped successfully"));
+        QVERIFY2(Win32Emulator::calls("ControlService").size() == 1, "nothing new is begun at the end");
+    }
+
+    void startWaitsForAStop()
+    {
+        Win32Emulator::setServiceState("Spooler", stopping);
+        const LogRecorder log;
+        QVERIFY(!CPrinter().StartSvc("Spooler"));
+        QVERIFY(log.contains("958_CPrinter StartService failed (1056)"));
+        QVERIFY2(argumentsOf("Sleep").size() < 70, "half a second each");
+
+        Win32Emulator::clearCalls();
+        Win32Emulator::scriptService("Spooler", {{stopping}, {stopping}, {stopped}, {running}});
+        QVERIFY(CPrinter().StartSvc("Spooler"));
+        QCOMPARE(argumentsOf("Sleep"), QStringList({"500", "500", "500"}));
+    }
+
     void start_data()
     {
         QTest::addColumn<Script>("script");
@@ -156,7 +192,7 @@ private slots:
         };
         // The first status answers the start, the second the first query.
         row("at once", {}, "");
-        row("refused", {}, "", {"StartServiceW", 1056});
+        row("refused", {}, "", {"StartServiceW", 1058});
         row("no hint", {{starting}, {starting}, {running}}, "1000");
         row("long hint", {{starting}, {starting, 1, 200000}, {running}}, "10000");
         row("tenth of the hint", {{starting}, {starting, 1, 25000}, {running}}, "2500");
@@ -176,7 +212,7 @@ private slots:
             Win32Emulator::failCalls(fault.function, fault.error, fault.skip);
         const LogRecorder log;
         const bool result = CPrinter().StartSvc("Spooler");
-        QCOMPARE(result, !log.contains("958_CPrinter StartService failed (1056)"));
+        QCOMPARE(result, !log.contains("958_CPrinter StartService failed (1058)"));
         QCOMPARE(lastLine(log), QString("1014_CPrinter StartSvc() returned %1").arg(QVariant(result).toString()));
         QCOMPARE(Win32Emulator::serviceState("Spooler") == stopped, !result);
         QTEST(argumentsOf("Sleep").join(' '), "sleeps");
