@@ -45,11 +45,8 @@ PrinterServer::~PrinterServer()
 
 void PrinterServer::stopListening(QList<PrinterServer *> &servers, const DriverInfo &removed)
 {
-    const auto server = std::find_if(servers.begin(), servers.end(), [this](const PrinterServer *candidate) {
-        return candidate->m_info.printerName == m_info.printerName;
-    });
-    if (server != servers.end())
-        servers.erase(server);
+    // By the pointer: another card's server may bear the same name.
+    servers.removeOne(this);
     close();
     closePending();
     qDebug() << removed.printerName << "stop listening";

@@ -25,7 +25,7 @@ public:
 
     const DriverInfo &info() const { return m_info; }
 
-    /// The printer has been removed: takes the server of that name off the list and stops listening. The object stays.
+    /// The printer has been removed: takes this server off the list and stops listening. The object stays.
     void stopListening(QList<PrinterServer *> &servers, const DriverInfo &removed);
 
 signals:

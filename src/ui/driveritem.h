@@ -27,6 +27,10 @@ class DriverItem : public QWidget
 public:
     explicit DriverItem(const DriverInfo &info, QWidget *parent = nullptr);
 
+    /// A printer is being added whose port number or name this card still has: its own queue is no longer there under
+    /// them. A queue that was renamed in Windows is found again by its port; otherwise the card asks to be removed.
+    void makeWayFor(const DriverInfo &added);
+
 signals:
     /// The record has been changed by the user.
     void driverInfoChanged(const DriverInfo &info);
@@ -93,6 +97,7 @@ private:
     void showRecord();
     bool changeSerial(const QString &serial);
     bool changeName(const QString &name);
+    void takeName(const QString &name);
 
     JobRecord currentJob() const;
     void failSubmission(QNetworkReply::NetworkError error);

@@ -22,6 +22,17 @@ QString singleQuoted(const QString &text)
     return QLatin1Char('\'') + text + QLatin1Char('\'');
 }
 
+/// The name of the first queue on a port; empty when there is none.
+QString queueOnPort(const QString &portName)
+{
+    QList<Queue> queues;
+    CPrinter().EnumLocalPrinters(queues);
+    for (const Queue &queue : qAsConst(queues))
+        if (queue.port.compare(portName, Qt::CaseInsensitive) == 0)
+            return queue.name;
+    return QString();
+}
+
 } // namespace
 
 /// A field cuts what it is given at its maximum length, so what the user has changed shows only against that.
@@ -90,10 +101,29 @@ bool DriverItem::changeName(const QString &name)
         showMessage(QStringLiteral("修改打印机名失败!"));
         return false;
     }
+    takeName(name);
+    return true;
+}
+
+void DriverItem::makeWayFor(const DriverInfo &added)
+{
+    const bool portIsTaken = added.portNum == m_info.portNum;
+    if (!portIsTaken && added.printerName.compare(m_info.printerName, Qt::CaseInsensitive) != 0)
+        return;
+    const QString name = portIsTaken ? QString() : queueOnPort(m_info.portName);
+    if (name.isEmpty())
+        emit removeResult(true, QString(), m_info);
+    else
+        takeName(name);
+}
+
+/// The spooler has renamed the queue: store, server and screen follow.
+void DriverItem::takeName(const QString &name)
+{
     PrinterStore::updatePrinter(m_info.printerName, QStringLiteral("printer_name"), singleQuoted(name));
     m_info.printerName = name;
     emit driverInfoChanged(m_info);
-    return true;
+    showRecord();
 }
 
 void DriverItem::onDeleteClicked(bool)

@@ -244,9 +244,18 @@ void VelMainWindow::startAdding(const DriverInfo &info)
 {
     auto *thread = new AddPrinterThread(info);
     connect(thread, &AddPrinterThread::addResult, this, &VelMainWindow::on_addPrinterResult);
+    // The worker waits: the new queue must not print to the server of a printer that was deleted in Windows.
+    connect(thread, &AddPrinterThread::placeTaken, this, &VelMainWindow::makeWayFor, Qt::BlockingQueuedConnection);
     RunningThreads::start(thread);
     m_waitingDialog->move(geometry().center() - m_waitingDialog->rect().center());
     m_waitingDialog->start();
+}
+
+void VelMainWindow::makeWayFor(const DriverInfo &added)
+{
+    const auto cards = m_cardContainer->findChildren<DriverItem *>();
+    for (DriverItem *card : cards)
+        card->makeWayFor(added);
 }
 
 void VelMainWindow::on_addPrinterResult(bool ok, const QString &message, const DriverInfo &info)

@@ -74,6 +74,8 @@ private:
     void tabFirstTo(const DriverItem *card);
     void startServer(const DriverInfo &info, DriverItem *card, QObject *serverParent);
     void startAdding(const DriverInfo &info);
+    /// The spooler has given the place of `added` away: a card that still holds it follows its queue or is removed.
+    void makeWayFor(const DriverInfo &added);
     void dragTo(const QMouseEvent *event);
 
     std::unique_ptr<Ui::VelMainWindow> m_ui;

@@ -84,18 +84,23 @@ QString AddPrinterThread::addPrinter()
     qDebug("%s", qUtf8Printable(QStringLiteral("68_AddPrinterThread add driver %1,need port is %2,port num is %3")
                                     .arg(m_info.printerName, portName, QString::number(portNumber))));
 
+    DriverInfo added = m_info;
+    added.portNum = portNumber;
+    added.portName = portName;
+    added.driverName = CloudPrinter::driverName;
+    added.ip = CloudPrinter::localAddress;
+
     QString failure = providePort(portName, portNumber);
-    if (failure.isEmpty())
+    if (failure.isEmpty()) {
+        emit placeTaken(added);
         failure = installQueue(portName);
+    }
     if (failure.isEmpty())
         failure = bindQueue(portNumber);
     if (!failure.isEmpty())
         return failure;
 
-    m_info.portNum = portNumber;
-    m_info.portName = portName;
-    m_info.driverName = CloudPrinter::driverName;
-    m_info.ip = CloudPrinter::localAddress;
+    m_info = added;
     qDebug("155_AddPrinterThread succeed");
     return QString();
 }

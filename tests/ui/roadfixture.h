@@ -75,7 +75,7 @@ public:
     DriverItem *card() const;
     QString deviceState() const;
 
-    VelMainWindow &window() { return *m_window; }
+    VelMainWindow &window() const { return *m_window; }
     template <typename Widget>
     Widget *find(const QString &name) const
     {

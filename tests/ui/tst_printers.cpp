@@ -3,8 +3,10 @@
 #include "roadfixture.h"
 
 #include "base/runningthreads.h"
+#include "spooler/cprinter.h"
 #include "store/printerstore.h"
 #include "ui/driveritem.h"
+#include "ui/settingsdlg.h"
 #include "ui/waittingdlg.h"
 
 #include <QApplication>
@@ -12,12 +14,16 @@
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QMovie>
+#include <QPointer>
 #include <QPushButton>
+#include <QRandomGenerator>
 #include <QScrollArea>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTest>
 #include <QThread>
+
+#include <algorithm>
 
 #include "win32/control.h"
 
@@ -79,6 +85,63 @@ QStringList queues()
     return names;
 }
 
+/// Steps that step() understands, from a seed.
+QString randomSteps(quint32 seed)
+{
+    QRandomGenerator random(seed);
+    QStringList steps;
+    while (steps.size() < 20) {
+        const int name = random.bounded(3);
+        const QString kind = QString("aaadorw").mid(random.bounded(7), 1);
+        steps << kind + QString::number(name) +
+                     (kind == "r" || kind == "w" ? QString::number((name + 1 + random.bounded(2)) % 3) : QString());
+    }
+    return steps.join(' ');
+}
+
+/// The oldest card of that name, null when there is none.
+DriverItem *cardOf(const Road &road, const QString &name)
+{
+    const auto cards = road.window().findChildren<DriverItem *>();
+    for (DriverItem *card : cards)
+        if (card->findChild<QLineEdit *>("printerName")->text() == name)
+            return card;
+    return nullptr;
+}
+
+/// One step of the user's, who is not kept from what fails: a0 adds the printer "queue 0", d0 deletes its card, o0
+/// deletes it outside the program, r01 renames it on its card to "queue 1", w01 does so outside.
+void step(Road &road, const QString &text)
+{
+    static int serials = 0;
+    const QString name = "queue " + text.mid(1, 1);
+    const QString newName = "queue " + text.mid(2, 1);
+    const int messages = road.messages().size();
+    const int stopped = road.log.count("stop listening");
+    DriverItem *card = cardOf(road, name);
+    if (text.startsWith('a')) {
+        fill(road, name, QString::number(0x1000000000000000 + ++serials, 16).toUpper());
+        QVERIFY(QTest::qWaitFor([&] { return road.messages().size() > messages; }, 20000));
+    } else if (text.startsWith('o') && queues().contains(name)) {
+        Win32Emulator::removePrinter(name.toStdString());
+    } else if (text.startsWith('w')) {
+        CPrinter().RenamePrinter(name, newName);
+    } else if (text.startsWith('r') && card) {
+        modify(card, newName, card->findChild<QLineEdit *>("cloudSerial")->text());
+    } else if (text.startsWith('d') && card) {
+        bool refused = false;
+        QTimer user;
+        QObject::connect(&user, &QTimer::timeout, [&] {
+            if (auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget()))
+                refused = box->close();
+        });
+        user.start(20);
+        card->findChild<QPushButton *>("deleteButton")->click();
+        QVERIFY(QTest::qWaitFor([&] { return refused || road.log.count("stop listening") > stopped; }));
+    }
+    QTest::qWait(20); // what was scheduled for deletion
+}
+
 } // namespace
 
 class PrintersTest : public RoadTestCase
@@ -98,6 +161,10 @@ private slots:
     void leavesAloneWhatWasNotChanged_data();
     void leavesAloneWhatWasNotChanged();
     void keepsTheCardWhenRemovingFails();
+    void aQueueDeletedOutsideMakesWay_data();
+    void aQueueDeletedOutsideMakesWay();
+    void eachJobReachesItsOwnSerial_data();
+    void eachJobReachesItsOwnSerial();
 };
 
 void PrintersTest::servesWhatTheSpoolerHolds()
@@ -310,6 +377,94 @@ void PrintersTest::keepsTheCardWhenRemovingFails()
     QVERIFY(road.takesTheNextJob(m_good->baseAddress()));
     road.find<QPushButton>("deleteButton")->click();
     QTRY_VERIFY(!road.card());
+}
+
+void PrintersTest::aQueueDeletedOutsideMakesWay_data()
+{
+    QTest::addColumn<QString>("button"); // clicked on the old card and not finished when its place is taken
+    QTest::newRow("idle") << "";
+    QTest::newRow("edited") << "modifyButton";
+    QTest::newRow("details shown") << "detailButton";
+    QTest::newRow("being removed") << "deleteButton";
+}
+
+/// The spooler gives the port of a deleted queue to the next one, whose jobs must not reach the old printer's device.
+void PrintersTest::aQueueDeletedOutsideMakesWay()
+{
+    QFETCH(QString, button);
+    Road road(m_good->baseAddress(), 0);
+    QVERIFY(add(road, "X", serial));
+    road.know("X", 8101);
+    road.print("on the road", "1", 0);
+    const QPointer<DriverItem> old = road.card();
+    Win32Emulator::removePrinter("X");
+    if (!button.isEmpty())
+        QTimer::singleShot(0, old, [=] { old->findChild<QPushButton *>(button)->click(); });
+    QTimer boxes;
+    connect(&boxes, &QTimer::timeout, [&] {
+        auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+        auto *details = road.window().findChild<SettingsDlg *>();
+        if (box)
+            box->close();
+        if (details && road.messages().size() > 1)
+            details->close();
+    });
+    boxes.start(50);
+
+    // The next queue is there before anything is seen of it; here it stays without a card.
+    bool listened = true;
+    const auto connectToServer = [&] {
+        QTcpSocket spooler;
+        spooler.connectToHost(QHostAddress::LocalHost, 8101);
+        listened = spooler.waitForConnected(500);
+    };
+    Win32Emulator::beforeCall("SetPrinterDataW", connectToServer);
+    Win32Emulator::failCalls("SetPrinterDataW", accessDenied);
+    fill(road, "Y", otherSerial);
+    QTRY_COMPARE_WITH_TIMEOUT(road.messages().last(), QString("添加打印机失败, 无法设置云序列号"), 20000);
+    QVERIFY2(!listened, "the old server does not wait for the new queue's jobs");
+    QTRY_VERIFY(!old);
+    QVERIFY(storeRows().isEmpty());
+
+    Win32Emulator::removePrinter("Y");
+    QVERIFY(add(road, "X", otherSerial));
+    QCOMPARE(storeRows(), QStringList("X " + otherSerial));
+    road.print("next", "2", 0);
+    QTRY_COMPARE(m_good->jobs().last().dsNumber, otherSerial);
+}
+
+void PrintersTest::eachJobReachesItsOwnSerial_data()
+{
+    QTest::addColumn<QString>("steps"); // see step()
+    QTest::newRow("added again and deleted") << "a0 o0 a0 d0 a1 d1 a2";
+    QTest::newRow("added again and renamed") << "a0 o0 a0 r01 a0 d0 a2";
+    QTest::newRow("renamed outside and added again") << "a0 w01 a0 d0 a2 a0";
+    QTest::newRow("a gap among the ports") << "a0 a1 d0 o1 a1 a0 d1 a2";
+    for (const quint32 seed : {2u, 4u, 8u, 10u})
+        QTest::addRow("seed %u", seed) << randomSteps(seed);
+}
+
+/// Whatever is added, deleted and renamed, here and in the Windows printer settings: no dangling server, and no job to
+/// another printer's device.
+void PrintersTest::eachJobReachesItsOwnSerial()
+{
+    QFETCH(QString, steps);
+    Road road(m_good->baseAddress(), 0);
+    const QStringList all = steps.split(' ');
+    for (const QString &one : all)
+        step(road, one);
+    int printer = 0;
+    for (const auto &queue : Win32Emulator::printers()) {
+        const auto ports = Win32Emulator::ports();
+        const auto port =
+            std::find_if(ports.begin(), ports.end(), [&](auto &other) { return other.name == queue.port; });
+        road.know(QString::fromStdString(queue.name), quint16(port->number));
+        const int jobs = m_good->jobs().size();
+        road.print("job", "x", printer++);
+        QTRY_COMPARE(m_good->jobs().size(), jobs + 1);
+        QCOMPARE(m_good->jobs().last().dsNumber.toStdString(),
+                 std::string(Win32Emulator::printerData(queue.name, "CloudId")->second.c_str()));
+    }
 }
 
 QTEST_MAIN(PrintersTest)
