@@ -1,5 +1,14 @@
 #pragma once
 
-/// Makes the pictures known and chooses the application's font. Once, after the application object and before the first
-/// widget is built.
+#include <QString>
+
+/// Registers the pictures under ":/image/resource/" and ":/printerid/resource/" and chooses the application's font.
+/// Call it once, after the application object and before the first widget.
 void prepareAppearance();
+
+/// Style sheet of a slim vertical scroll bar without buttons.
+inline const QString slimScrollBar =
+    QStringLiteral("QScrollBar:vertical{width:8px;background-color:transparent;}"
+                   "QScrollBar::handle:vertical{min-height:40px;border-radius:4px;background-color:rgb(190, 198, 208);}"
+                   "QScrollBar::add-line:vertical,QScrollBar::sub-line:vertical{height:0;}"
+                   "QScrollBar::add-page:vertical,QScrollBar::sub-page:vertical{background-color:transparent;}");

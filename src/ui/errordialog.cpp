@@ -1,9 +1,32 @@
 #include "ui/errordialog.h"
 
+#include "ui/closebutton.h"
+
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QPainter>
 #include <QPushButton>
+#include <QTextOption>
 #include <QVBoxLayout>
+
+namespace {
+
+/// A label's word wrap cuts a word that is wider than the label on both sides; here such a word is broken.
+class MessageLabel : public QLabel
+{
+public:
+    using QLabel::QLabel;
+
+protected:
+    void paintEvent(QPaintEvent *) override
+    {
+        QTextOption option(alignment());
+        option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+        QPainter(this).drawText(contentsRect(), text(), option);
+    }
+};
+
+} // namespace
 
 ErrorDialog::ErrorDialog(const QString &text, QWidget *parent)
     : QDialog(parent)
@@ -31,12 +54,8 @@ ErrorDialog::ErrorDialog(const QString &text, QWidget *parent)
 
 QLayout *ErrorDialog::closeRow()
 {
-    auto *button = new QPushButton;
-    button->setAccessibleName(QStringLiteral("关闭"));
-    button->setFixedSize(16, 16);
-    button->setStyleSheet(QStringLiteral("QPushButton{background-color:rgba(255, 255, 255,0);"
-                                         "border-image:url(:/image/resource/dlgexit.png);border:none;}"));
-    connect(button, &QPushButton::clicked, this, &ErrorDialog::close);
+    auto *button = new CloseButton;
+    connect(button, &CloseButton::clicked, this, &ErrorDialog::close);
 
     auto *row = new QHBoxLayout;
     row->addStretch(1);
@@ -47,10 +66,10 @@ QLayout *ErrorDialog::closeRow()
 
 QLayout *ErrorDialog::messageRow(const QString &text)
 {
-    auto *label = new QLabel(text);
-    // Without a selector the rule has no effect; the message keeps the application's own colours and size. Intended.
+    auto *label = new MessageLabel(text);
+    // The rule has no selector and thus no effect: the message keeps the application's colours and font size.
     label->setStyleSheet(QStringLiteral("{background-color:rgba(100, 100, 55,255);font-size:16px;}"));
-    label->setTextFormat(Qt::PlainText); // names and the cloud's words are shown as they are
+    label->setTextFormat(Qt::PlainText); // also for screen readers: names and the cloud's words as they are
     label->setAlignment(Qt::AlignCenter);
     label->setWordWrap(true);
     label->setContentsMargins(20, 0, 20, 0);

@@ -6,6 +6,25 @@
 #include <QStyle>
 #include <QStyleOption>
 
+namespace {
+
+/// A label draws each frame by nearest neighbour; the frames have twice the pixels, for fine displays.
+class SmoothLabel : public QLabel
+{
+public:
+    using QLabel::QLabel;
+
+protected:
+    void paintEvent(QPaintEvent *) override
+    {
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::SmoothPixmapTransform);
+        painter.drawPixmap(rect(), movie()->currentPixmap());
+    }
+};
+
+} // namespace
+
 WaittingDlg::WaittingDlg(QWidget *parent)
     : QDialog(parent)
     , m_movie(new QMovie(QStringLiteral(":/image/resource/waitting_01.gif"))) // lives as long as the process
@@ -15,7 +34,7 @@ WaittingDlg::WaittingDlg(QWidget *parent)
     setWindowFlags(Qt::Dialog | Qt::FramelessWindowHint);
     setAttribute(Qt::WA_TranslucentBackground); // what lies outside the round shape
 
-    auto *label = new QLabel(this);
+    auto *label = new SmoothLabel(this);
     label->setStyleSheet(QStringLiteral("background:transparent;border-radius:37px"));
     label->setContentsMargins(0, 0, 0, 0);
     label->setFixedSize(size());

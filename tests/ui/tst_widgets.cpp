@@ -1,4 +1,4 @@
-#include "resources/resources.h"
+#include "ui/appearance.h"
 #include "ui/errordialog.h"
 #include "ui/qcircleprocess.h"
 #include "ui/waittingdlg.h"
@@ -85,7 +85,7 @@ class WidgetsTest : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase() { registerResources(); }
+    void initTestCase() { prepareAppearance(); }
 
     void spinnerDrawsTheRing_data();
     void spinnerDrawsTheRing();

@@ -1,8 +1,0 @@
-#include "resources/resources.h"
-
-#include <QtGlobal>
-
-void registerResources()
-{
-    Q_INIT_RESOURCE(resources);
-}
