@@ -2,27 +2,55 @@
 
 #include "spooler/cprinter.h"
 #include "store/journal.h"
+#include "ui/appearance.h"
+#include "ui/closebutton.h"
 #include "ui/detailrows.h"
 
 #include <QCursor>
+#include <QEvent>
 #include <QFrame>
 #include <QHeaderView>
 #include <QLabel>
-#include <QPushButton>
+#include <QStyledItemDelegate>
 #include <QTableWidget>
 #include <QTextDocument>
 #include <QToolTip>
 #include <QVBoxLayout>
 
+#include <chrono>
+
 namespace {
 
 using DetailRows::columns;
 
-constexpr int refreshInterval = 1000; // ms
-constexpr int edge = 10;              // clear border around the frame
+constexpr std::chrono::seconds refreshInterval{1};
+constexpr int edge = 10; // clear border around the frame
 constexpr int titleHeight = 40;
-constexpr int closeSize = 16;
+constexpr QRect tablePlace(20, 60, 650, 400);
+constexpr int tableEdge = 2; // border and padding of the table's style
 constexpr int lineHeight = 30;
+constexpr int lineCount = 12; // in the table at a time
+
+// The palette's highlight would shine through the selection's colour.
+const auto tableStyle = QStringLiteral("QTableWidget::item:hover{background-color:rgba(92,188,227,200)}"
+                                       "QTableWidget::item:selected{background-color:rgba(92,188,227,200)}"
+                                       "QTableWidget::item:selected{color:black}"
+                                       "QTableWidget{border:1px solid rgb(185, 185, 185);padding:1px;"
+                                       "background-color:white;selection-background-color:transparent;}");
+
+/// Without the focus frame, by which the current cell looked chosen and its text dimmed: the selection shows the row.
+class CellPainter : public QStyledItemDelegate
+{
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+protected:
+    void initStyleOption(QStyleOptionViewItem *option, const QModelIndex &index) const override
+    {
+        QStyledItemDelegate::initStyleOption(option, index);
+        option->state &= ~QStyle::State_HasFocus;
+    }
+};
 
 QList<QStringList> todaysRecords(const QString &cloudSn)
 {
@@ -47,6 +75,7 @@ SettingsDlg::SettingsDlg(const DriverInfo &printer, QWidget *parent)
     setAttribute(Qt::WA_TranslucentBackground);
     const QPoint origin = parent ? parent->pos() : QPoint();
     setGeometry(origin.x() + 120, origin.y() + 50, 710, 500);
+    setFixedSize(size()); // at 150 % a resizable window may come out one pixel narrower, with a translucent edge
 
     QWidget *frame = buildFrame();
     buildTitleBar(frame);
@@ -68,10 +97,10 @@ QWidget *SettingsDlg::buildFrame()
 
 void SettingsDlg::buildTitleBar(QWidget *frame)
 {
-    auto *bar = new QFrame(frame); // no QWidget proper, which the rule of the frame would round on all sides
+    auto *bar = new QFrame(frame); // a QFrame, so the frame's ".QWidget" rule does not match it
     bar->setObjectName(QStringLiteral("titleBar"));
     bar->setStyleSheet(QStringLiteral("background-color: rgb(13,85, 104);"));
-    // The frame's round corners, which the bar would cover.
+    // Keep the frame's round corners, which the bar covers.
     setStyleSheet(QStringLiteral("#titleBar{border-top-left-radius:7px;border-top-right-radius:7px;}"));
     bar->setGeometry(0, 0, width() - 2 * edge, titleHeight);
 
@@ -79,23 +108,18 @@ void SettingsDlg::buildTitleBar(QWidget *frame)
     title->setStyleSheet(QStringLiteral("color: rgb(255, 255, 255);"));
     title->setGeometry(20, 0, 200, titleHeight);
 
-    auto *close = new QPushButton(bar);
-    close->setObjectName(QStringLiteral("closeButton"));
-    close->setAccessibleName(QStringLiteral("关闭"));
-    close->setStyleSheet(QStringLiteral("QPushButton{background-color:rgba(255, 255, 255,0);"
-                                        "border-image:url(:/image/resource/dlgexit.png);border:none;}"));
-    const int margin = (titleHeight - closeSize) / 2;
-    close->setGeometry(bar->width() - margin - closeSize, margin, closeSize, closeSize);
-    connect(close, &QPushButton::clicked, this, &SettingsDlg::onXClicked);
+    auto *close = new CloseButton(bar);
+    const int margin = (titleHeight - CloseButton::side) / 2;
+    close->move(bar->width() - margin - CloseButton::side, margin);
+    connect(close, &CloseButton::clicked, this, &SettingsDlg::onXClicked);
 }
 
 void SettingsDlg::buildTable(QWidget *frame)
 {
     m_table = new QTableWidget(0, int(columns.size()), frame);
-    m_table->setGeometry(20, 60, 650, 400);
-    m_table->setStyleSheet(QStringLiteral("QTableWidget::item:hover{background-color:rgba(92,188,227,200)}"
-                                          "QTableWidget::item:selected{background-color:rgba(92,188,227,200)}"
-                                          "QTableWidget::item:selected{color:black}"));
+    m_table->setGeometry(tablePlace);
+    m_table->setStyleSheet(tableStyle + slimScrollBar);
+    m_table->setItemDelegate(new CellPainter(m_table));
     m_table->setAccessibleName(QStringLiteral("打印详情"));
     styleHeaders();
     m_table->setSelectionBehavior(QAbstractItemView::SelectRows);
@@ -104,6 +128,7 @@ void SettingsDlg::buildTable(QWidget *frame)
     m_table->setTabKeyNavigation(false); // Tab leads on to the close button
     m_table->setMouseTracking(true);
     connect(m_table, &QTableWidget::itemEntered, this, &SettingsDlg::slotItemEnter);
+    m_table->viewport()->installEventFilter(this);
     m_table->setFocus();
 }
 
@@ -116,12 +141,13 @@ void SettingsDlg::styleHeaders()
     header->setDefaultSectionSize(DetailRows::defaultColumnWidth);
     header->setStretchLastSection(true);
     header->setHighlightSections(false);
+    // Leaves room for whole lines only: otherwise the first is cut after scrolling to the end.
+    header->setFixedHeight(tablePlace.height() - 2 * tableEdge - lineCount * lineHeight);
     for (int column = 0; column < int(columns.size()); ++column) {
         m_table->setHorizontalHeaderItem(column, new QTableWidgetItem(QString::fromUtf8(columns[column].header)));
         m_table->setColumnWidth(column, columns[column].width);
     }
     m_table->verticalHeader()->setDefaultSectionSize(lineHeight);
-    m_table->verticalHeader()->setHighlightSections(false);
     m_table->verticalHeader()->hide(); // the first column has the numbers
 }
 
@@ -165,7 +191,7 @@ void SettingsDlg::takeNextRecord()
         m_table->scrollToBottom();
         ++m_journalRows;
     }
-    // While records are left, the size goes on telling that there is something new.
+    // Keep the old size until every record is shown.
     if (m_journalRows >= records.size())
         m_journalSize = size;
 }
@@ -204,7 +230,14 @@ void SettingsDlg::slotItemEnter(QTableWidgetItem *item)
     const QString text = item->text();
     if (metrics.horizontalAdvance(text) <= m_table->columnWidth(item->column()))
         return;
-    // A document may be called "<b>".
+    // A document may be called "<b>". The cell's rectangle makes the same text in another cell a new tip.
     QToolTip::showText(QCursor::pos(),
-                       Qt::mightBeRichText(text) ? text.toHtmlEscaped().prepend(QStringLiteral("<p>")) : text);
+                       Qt::mightBeRichText(text) ? text.toHtmlEscaped().prepend(QStringLiteral("<p>")) : text,
+                       m_table->viewport(), m_table->visualItemRect(item));
+}
+
+bool SettingsDlg::eventFilter(QObject *watched, QEvent *event)
+{
+    // The view would look for a tip of the item, find none, and hide ours.
+    return event->type() == QEvent::ToolTip || QDialog::eventFilter(watched, event);
 }

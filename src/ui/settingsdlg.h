@@ -18,10 +18,12 @@ public:
     /// Stands at a fixed distance from the upper left corner of its parent, which is a window.
     explicit SettingsDlg(const DriverInfo &printer, QWidget *parent = nullptr);
 
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
 public slots:
     void onXClicked();
 
-    /// Takes over at most one new record of the journal, so that a burst appears one a second, and the queue's jobs.
+    /// Shows at most one new record of the journal, so that a burst appears one per second, and the queue's jobs.
     void on_Timeout();
 
     /// Shows the whole text of a cell that is too narrow for it.
@@ -42,7 +44,7 @@ private:
     QString m_cloudSn;
     QString m_printerName;
     QTableWidget *m_table = nullptr;
-    QTimer m_refreshTimer;
+    QTimer m_refreshTimer{this};
     int m_journalRows = 0;
     quint32 m_journalSize = 0; // bytes, when the last record was shown
 };

@@ -62,6 +62,9 @@ private slots:
     void showsTheQueueBelow();
     void tellsTheWholeOfANarrowText_data();
     void tellsTheWholeOfANarrowText();
+    void tipStaysWhileTheMouseRests();
+    void selectedRowsLookLikeTheHoveredCell_data();
+    void selectedRowsLookLikeTheHoveredCell();
     void opensOverTheWindow();
     void outlivesItsCard();
 };
@@ -150,6 +153,67 @@ void DetailsTest::tellsTheWholeOfANarrowText()
     QTRY_COMPARE(QToolTip::isVisible() ? QToolTip::text() : QString(), toolTip);
     dialog.slotItemEnter(nullptr);
     QTRY_VERIFY(!QToolTip::isVisible());
+}
+
+/// Moves the real cursor.
+void hover(const QTableWidget *table, int row, int column)
+{
+    const QPoint place = table->visualItemRect(table->item(row, column)).center();
+    QCursor::setPos(table->viewport()->mapToGlobal(place));
+    QCoreApplication::processEvents();
+}
+
+void DetailsTest::tipStaysWhileTheMouseRests()
+{
+    const QString longName = "a document's name that is far too long for its column";
+    for (const QString &name : {longName, longName, QString("short")})
+        Journal::appendDetail(Road::serial(), name + ";1;2;3;4");
+    SettingsDlg dialog(printer());
+    dialog.show();
+    QVERIFY(QTest::qWaitForWindowActive(&dialog));
+    const auto *table = dialog.findChild<QTableWidget *>();
+    constexpr int afterTheViewsOwnTip = 1300; // ms; it looks for one after 700
+    for (int row : {0, 1}) {
+        hover(table, row, 1);
+        QTest::qWait(afterTheViewsOwnTip);
+        QVERIFY(QToolTip::isVisible());
+        QCOMPARE(QToolTip::text(), longName);
+    }
+    hover(table, 2, 1);
+    QTRY_VERIFY(!QToolTip::isVisible());
+}
+
+void DetailsTest::selectedRowsLookLikeTheHoveredCell_data()
+{
+    QTest::addColumn<QString>("style");
+    for (const char *style : {"fusion", "windows"})
+        QTest::newRow(style) << style;
+}
+
+void DetailsTest::selectedRowsLookLikeTheHoveredCell()
+{
+    QFETCH(QString, style);
+    QApplication::setStyle(style);
+    for (int record = 0; record < 4; ++record)
+        Journal::appendDetail(Road::serial(), "a;1;2;3;4");
+    SettingsDlg dialog(printer());
+    dialog.show();
+    QVERIFY(QTest::qWaitForWindowActive(&dialog));
+    auto *table = dialog.findChild<QTableWidget *>();
+    const auto colour = [&](int row, int column) {
+        const QPoint corner = table->visualItemRect(table->item(row, column)).topLeft() + QPoint(3, 3);
+        return table->viewport()->grab().toImage().pixelColor(corner);
+    };
+    const QColor plain = colour(3, 0);
+    QVERIFY(table->hasFocus());
+    QCOMPARE(colour(0, 0), plain); // nothing is chosen yet
+    table->selectRow(1);
+    hover(table, 2, 1); // from here, so that the next is a move
+    hover(table, 2, 2);
+    const QColor hovered = colour(2, 2);
+    QVERIFY(hovered != plain);
+    QCOMPARE(colour(1, 0), hovered); // the current cell
+    QCOMPARE(colour(1, 3), hovered);
 }
 
 /// Runs the action while the dialog that the button opens is there.
