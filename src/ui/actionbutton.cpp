@@ -9,12 +9,15 @@
 namespace {
 
 constexpr int pictureSize = 44;
+constexpr int ringWidth = 2; // of the focus ring around the picture
+constexpr int buttonSize = pictureSize + 2 * ringWidth;
 constexpr int actionWidth = 72; // of the longest caption
 constexpr int spinnerSize = 39;
 
-const auto buttonStyle = QStringLiteral("QPushButton{border-radius:22px;}"
-                                        "QPushButton:focus{border:2px solid rgb(10, 23, 40);outline:none;}");
-const auto busyStyle = QStringLiteral("QPushButton{border-radius:22px;background-color:rgb(0, 138, 255);}");
+const auto buttonStyle =
+    QStringLiteral("QPushButton{border:2px solid transparent;border-radius:24px;background-clip:padding;outline:none;}"
+                   "QPushButton:focus{border-color:rgb(10, 23, 40);}");
+const auto busyStyle = QStringLiteral("QPushButton{background-color:rgb(0, 138, 255);}");
 
 } // namespace
 
@@ -25,12 +28,11 @@ ActionButton::ActionButton(const QString &name, const QString &caption, QWidget 
     , m_caption(new QLabel)
 {
     m_button->setObjectName(name + QStringLiteral("Button"));
-    m_button->setFixedSize(pictureSize, pictureSize);
-    m_button->setIconSize(m_button->size());
-    m_button->setFocusPolicy(Qt::TabFocus); // a click leaves no mark behind
+    m_button->setFixedSize(buttonSize, buttonSize);
+    m_button->setIconSize({pictureSize, pictureSize});
+    m_button->setFocusPolicy(Qt::TabFocus); // a click leaves no focus ring
     m_button->setAutoDefault(true);         // Enter presses it
     connect(m_button, &QPushButton::clicked, this, &ActionButton::clicked);
-    buildSpinner();
     setBusy(false);
 
     m_caption->setStyleSheet(QStringLiteral("font-size:12px;"));
@@ -45,13 +47,15 @@ ActionButton::ActionButton(const QString &name, const QString &caption, QWidget 
     column->addStretch(1);
 }
 
-void ActionButton::buildSpinner()
+QCircleProcess *ActionButton::buildSpinner() const
 {
-    m_spinner = new QCircleProcess(spinnerSize, m_button);
-    m_spinner->setColor(QColor(QStringLiteral("#ffffff")));
-    m_spinner->setAttribute(Qt::WA_TransparentForMouseEvents);
-    const int margin = (pictureSize - spinnerSize) / 2;
-    m_spinner->move(margin, margin);
+    auto *spinner = new QCircleProcess(spinnerSize, m_button);
+    spinner->setColor(QColor(QStringLiteral("#ffffff")));
+    spinner->setAttribute(Qt::WA_TransparentForMouseEvents);
+    const int margin = (buttonSize - spinnerSize) / 2;
+    spinner->move(margin, margin);
+    spinner->show(); // a child of a visible widget is hidden at first
+    return spinner;
 }
 
 void ActionButton::setCaption(const QString &caption)
@@ -62,11 +66,13 @@ void ActionButton::setCaption(const QString &caption)
 
 void ActionButton::setBusy(bool busy)
 {
-    // White on the picture's white strokes the ring would be lost: it turns on the bare disc.
+    // Hide the icon while busy: its strokes are white like the spinner.
     m_button->setIcon(busy ? QIcon() : m_picture);
-    m_button->setStyleSheet(busy ? busyStyle : buttonStyle);
+    m_button->setStyleSheet(busy ? buttonStyle + busyStyle : buttonStyle);
+    if (busy && !m_spinner)
+        m_spinner = buildSpinner();
     if (busy)
         m_spinner->startAnimation();
-    else
+    else if (m_spinner)
         m_spinner->stopAnimation();
 }

@@ -19,6 +19,10 @@
 #include <QPushButton>
 #include <QThread>
 
+#include <chrono>
+
+using namespace std::chrono_literals;
+
 namespace {
 constexpr int cardHeight = 170;
 constexpr int sideMargin = 45; // clear of the round corners
@@ -29,10 +33,10 @@ constexpr int refreshSize = 18;
 constexpr int deviceSpinnerSize = 18;
 constexpr int nameLength = 10;
 constexpr int serialLength = 16;
-constexpr int resultInterval = 1000;         // ms
-constexpr int firstDeviceInterval = 5000;    // ms
-constexpr int offlineDeviceInterval = 10000; // ms
-constexpr int onlineDeviceInterval = 300000; // ms
+constexpr auto resultInterval = 1s;
+constexpr auto firstDeviceInterval = 5s;
+constexpr auto offlineDeviceInterval = 10s;
+constexpr auto onlineDeviceInterval = 5min;
 
 const auto panelStyle = QStringLiteral("QLabel,QLineEdit{font-size:14px;}"
                                        "QLineEdit{border:1px solid transparent;border-radius:3px;padding:0 4px;}"
@@ -93,7 +97,7 @@ QLayout *DriverItem::fieldRows()
     m_deviceField = readOnlyField(QStringLiteral("deviceState"));
     m_deviceField->setFixedWidth(stateWidth);
     for (QLineEdit *field : {m_nameField, m_serialField})
-        connect(field, &QLineEdit::returnPressed, this, [this] { m_modifyButton->button()->click(); });
+        connect(field, &QLineEdit::returnPressed, this, &DriverItem::saveByEnter);
 
     auto *rows = new QGridLayout;
     rows->setVerticalSpacing(4);
@@ -101,7 +105,7 @@ QLayout *DriverItem::fieldRows()
     addRow(rows, QStringLiteral("云序列号:"), m_serialField);
     addRow(rows, QStringLiteral("设备状态:"), m_deviceField);
     rows->addLayout(refreshRow(), rows->rowCount() - 1, 1);
-    // Nothing ever writes to this one: outcomes go to the journal. Intended.
+    // Stays empty: outcomes are recorded in the journal.
     addRow(rows, QStringLiteral("打印结果:"), readOnlyField(QStringLiteral("printResult")));
     return rows;
 }

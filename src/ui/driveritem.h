@@ -94,6 +94,7 @@ private:
     QNetworkReply *requestDeviceState();
 
     void setViewMode(bool viewMode);
+    void saveByEnter();
     void showRecord();
     bool changeSerial(const QString &serial);
     bool changeName(const QString &name);
@@ -113,8 +114,8 @@ private:
     QString m_jobneed;
     int m_jobSize = 0;
     StateThread *m_stateThread = nullptr;
-    QTimer m_stateTimer;
-    QTimer m_deviceTimer;
+    QTimer m_stateTimer{this};
+    QTimer m_deviceTimer{this};
     QNetworkAccessManager m_network;
     QNetworkRequest m_deviceRequest;
 

@@ -9,6 +9,7 @@
 #include "workflows/removeprinterthread.h"
 
 #include <QLineEdit>
+#include <QPushButton>
 
 // How a card changes and removes its printer.
 
@@ -35,7 +36,7 @@ QString queueOnPort(const QString &portName)
 
 } // namespace
 
-/// A field cuts what it is given at its maximum length, so what the user has changed shows only against that.
+/// QLineEdit truncates to maxLength: edits are compared with the truncated text.
 void DriverItem::showRecord()
 {
     m_nameField->setText(m_info.printerName);
@@ -55,18 +56,25 @@ void DriverItem::setViewMode(bool viewMode)
     }
 }
 
+void DriverItem::saveByEnter()
+{
+    if (!m_viewMode) // Enter in a read-only field must not open the edit mode
+        m_modifyButton->button()->click();
+}
+
 void DriverItem::onModifyClicked(bool)
 {
     if (m_viewMode) {
         setViewMode(false);
+        m_nameField->setFocus();
         return;
     }
     const QString serial = m_serialField->text().toUpper();
     const QString name = m_nameField->text();
-    // Behind a message the card may be gone: a change that failed is not followed by anything.
+    // A failed change has shown a message, whose event loop may have deleted the card: return at once.
     if (serial != m_shownSerial && !changeSerial(serial))
         return;
-    // A change of letter case alone is none, and undone on screen.
+    // A change of letter case alone renames nothing; showRecord() reverts it.
     if (name.compare(m_shownName, Qt::CaseInsensitive) != 0 && !changeName(name))
         return;
     showRecord();
@@ -128,7 +136,7 @@ void DriverItem::takeName(const QString &name)
 
 void DriverItem::onDeleteClicked(bool)
 {
-    if (m_removeThread) // already on its way
+    if (m_removeThread) // the first click's removal still runs
         return;
     m_removeThread = new RemovePrinterThread(m_info);
     connect(m_removeThread, &RemovePrinterThread::removeResult, this, &DriverItem::removeResult);

@@ -3,7 +3,9 @@
 #include "roadfixture.h"
 
 #include "base/runningthreads.h"
+#include "support/timers.h"
 #include "ui/driveritem.h"
+#include "ui/qcircleprocess.h"
 
 #include <QElapsedTimer>
 #include <QPushButton>
@@ -13,6 +15,22 @@
 #include "win32/control.h"
 
 using namespace Script;
+using namespace std::chrono_literals;
+
+namespace {
+
+bool isTurning(const Road &road, const QString &button)
+{
+    const QWidget *where = road.find<QPushButton>(button);
+    if (button == "refreshButton") // its spinner stands beside it
+        where = where->parentWidget();
+    const auto *spinner = where->findChild<QCircleProcess *>(QString(), Qt::FindDirectChildrenOnly);
+    return spinner && spinner->isAnimating();
+}
+
+} // namespace
+
+Q_DECLARE_METATYPE(PeerAnswer)
 
 class CardTest : public RoadTestCase
 {
@@ -21,7 +39,11 @@ class CardTest : public RoadTestCase
 private slots:
     void showsTheDeviceState_data();
     void showsTheDeviceState();
+    void asksForTheDeviceStateAgain();
+    void refreshSpinnerStops_data();
+    void refreshSpinnerStops();
     void printsTheTestPage();
+    void testPageIsTooLarge();
     void nextJobArrivesWhileAMessageIsOpen();
     void cardGoesWhileItsJobIsOnTheRoad();
     void cardGoesUnderItsOwnMessage();
@@ -57,14 +79,66 @@ void CardTest::showsTheDeviceState()
     QTRY_COMPARE(peer.requestCount(device), 2);
 }
 
+void CardTest::asksForTheDeviceStateAgain()
+{
+    RawHttpPeer peer(RawHttpPeer::Scripts{
+        {device,
+         {PeerAnswer::ok("{\"code\":7}"), PeerAnswer::ok("{\"code\":1001}"), online, PeerAnswer::http("500", "")}}});
+    Road road(peer.baseAddress());
+    QTRY_COMPARE(road.log.count("QJsonObject("), 1);
+    QVERIFY(fire(road.card(), 5s)); // another code leaves the first interval
+    QTRY_COMPARE(road.deviceState(), QString("离线"));
+    QVERIFY(fire(road.card(), 10s));
+    QTRY_COMPARE(road.deviceState(), QString("在线"));
+    QVERIFY(fire(road.card(), 5min));
+    QTRY_COMPARE(road.deviceState(), QString("--"));
+    QVERIFY(fire(road.card(), 5min)); // kept
+    QTRY_COMPARE(peer.requestCount(device), 5);
+}
+
+void CardTest::refreshSpinnerStops_data()
+{
+    QTest::addColumn<PeerAnswer>("answer");
+    QTest::newRow("on an answer") << online;
+    QTest::newRow("on an error") << PeerAnswer::http("500 Error", "");
+}
+
+void CardTest::refreshSpinnerStops()
+{
+    QFETCH(PeerAnswer, answer);
+    RawHttpPeer peer(RawHttpPeer::Scripts{{device, {answer}}});
+    Road road(peer.baseAddress());
+    QTRY_VERIFY(!road.deviceState().isEmpty());
+    QVERIFY(!isTurning(road, "refreshButton"));
+    road.find<QPushButton>("refreshButton")->click();
+    QVERIFY(isTurning(road, "refreshButton"));
+    QTRY_VERIFY(!isTurning(road, "refreshButton"));
+    QCOMPARE(peer.requestCount(device), 2);
+}
+
 void CardTest::printsTheTestPage()
 {
     Road road(m_good->baseAddress());
     road.find<QPushButton>("testButton")->click();
+    QVERIFY(isTurning(road, "testButton"));
     QTRY_VERIFY(road.log.contains("430_CPrinter \"前台\" PrintTestPage"));
     road.print("测试页", "the page");
     QCOMPARE(road.records(1), QStringList("测试页;09:02:03;打印成功;8"));
     QCOMPARE(road.messages(), QStringList("打印成功"));
+    QVERIFY(!isTurning(road, "testButton"));
+}
+
+/// The spinner goes on turning and no message comes, although it is a test page.
+void CardTest::testPageIsTooLarge()
+{
+    RawHttpPeer peer({{submission, {PeerAnswer::http("413 Payload Too Large", "{}")}}, {device, {online}}});
+    Road road(peer.baseAddress());
+    road.find<QPushButton>("testButton")->click();
+    road.print("测试页");
+    QCOMPARE(road.records(1), QStringList("测试页;09:02:03;打印失败:打印文件过大;5"));
+    QTRY_VERIFY(road.log.contains("Network error 299"));
+    QVERIFY(isTurning(road, "testButton"));
+    QVERIFY(road.messages().isEmpty());
 }
 
 /// The journal gets the job that the message was about.
