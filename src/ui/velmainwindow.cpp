@@ -7,6 +7,7 @@
 #include "store/cloudprinter.h"
 #include "store/journal.h"
 #include "store/printerstore.h"
+#include "ui/appearance.h"
 #include "ui/driveritem.h"
 #include "ui/errordialog.h"
 #include "ui/waittingdlg.h"
@@ -16,21 +17,33 @@
 #include <QCoreApplication>
 #include <QDebug>
 #include <QHostAddress>
+#include <QLabel>
 #include <QMessageBox>
 #include <QMouseEvent>
 #include <QTimerEvent>
 #include <QVBoxLayout>
 
+#include <chrono>
+
 namespace {
 
-constexpr int cleanUpDelay = 300000; // ms
-constexpr int logRetention = 5;      // days
+constexpr std::chrono::minutes cleanUpDelay{5};
+constexpr int logRetention = 5; // days
 
 const auto otherStyle = QStringLiteral(
     "QPushButton{background-color: rgba(255, 255, 255,0);border:none;font-size : 14px;color:rgb(255, 255, "
     "255);}QPushButton:hover{background-color: rgba(0, 138, 255, 51);border:none;color:rgb(255, 255, 255);}");
 const auto selectedStyle = QStringLiteral(
     "QPushButton{background-color: rgba(0, 138, 255,140);border:none;font-size : 14px;color:rgb(255, 255, 255);}");
+
+// The items' own box leaves room for the icons and for the selected item's border.
+const auto trayMenuStyle =
+    QStringLiteral("QMenu::item:selected {background:rgba(82,130,164,1);border:1px solid rgba(82,130,164,1);}"
+                   "QMenu{background-color:white;border:1px solid rgb(208, 214, 222);padding:4px;}"
+                   "QMenu::item{padding:5px 24px 5px 8px;border:1px solid transparent;color:black;}"
+                   "QMenu::item:selected{color:white;}"
+                   "QMenu::icon{padding-left:8px;}"
+                   "QMenu::separator{height:1px;background-color:rgb(208, 214, 222);margin:4px 8px;}");
 
 /// Moves the letters of a label closer together if its text is a little wider than the label.
 void tightenToFit(QLabel *label)
@@ -45,7 +58,7 @@ void tightenToFit(QLabel *label)
     label->setFont(font);
 }
 
-/// The form's own way of loading a picture takes the coarse one on a fine display, too.
+/// Designer's pixmaps ignore the "@2x" files; QIcon does not.
 void showPicture(QLabel *label, const QString &path)
 {
     label->setPixmap(QIcon(path).pixmap(label->size()));
@@ -90,6 +103,27 @@ void VelMainWindow::buildCardList()
     m_cardLayout->setSpacing(4); // the cards' shadows keep them apart
     m_ui->scrollArea->setWidget(m_cardContainer);
     m_ui->scrollArea->setWidgetResizable(true);
+    m_ui->scrollArea->setStyleSheet(m_ui->scrollArea->styleSheet() + slimScrollBar);
+    buildEmptyHint();
+}
+
+void VelMainWindow::buildEmptyHint()
+{
+    m_emptyHint = new QLabel(QStringLiteral("您还没有打印机，请点击“<a href=\"add\" style=\"color:rgb(0, 138, 255)\">"
+                                            "添加打印机</a>”开始使用"),
+                             m_ui->groupBox_2);
+    m_emptyHint->setObjectName(QStringLiteral("emptyHint"));
+    m_emptyHint->setStyleSheet(QStringLiteral("font-size : 15px;background-color: rgba(255, 255, 255,0);"));
+    m_emptyHint->setTextInteractionFlags(Qt::LinksAccessibleByMouse | Qt::LinksAccessibleByKeyboard);
+    connect(m_emptyHint, &QLabel::linkActivated, this, &VelMainWindow::on_pushButton_add_clicked);
+    m_emptyHint->adjustSize();
+    m_emptyHint->move(m_ui->scrollArea->geometry().center() - m_emptyHint->rect().center());
+}
+
+/// Called whenever a card comes or goes.
+void VelMainWindow::showWhetherEmpty()
+{
+    m_emptyHint->setVisible(!m_cardLayout->itemAt(0)->widget()); // only the stretch is left
 }
 
 void VelMainWindow::buildTray()
@@ -104,8 +138,7 @@ void VelMainWindow::buildTray()
     m_trayMenu.addAction(m_showAction);
     m_trayMenu.addSeparator();
     m_trayMenu.addAction(m_exitAction);
-    m_trayMenu.setStyleSheet(
-        QStringLiteral("QMenu::item:selected {background:rgba(82,130,164,1);border:1px solid rgba(82,130,164,1);}"));
+    m_trayMenu.setStyleSheet(trayMenuStyle);
     m_trayIcon->setContextMenu(&m_trayMenu);
 
     m_trayIcon->setIcon(programIcon);
@@ -141,8 +174,9 @@ void VelMainWindow::serveExistingPrinters()
             serveExistingPrinter(info);
     }
     m_cardLayout->addStretch(1);
+    showWhetherEmpty();
 
-    // Intended: the store is read, but which printers are served is for the spooler to say.
+    // Loading opens the store; which printers are served is decided by the spooler alone.
     QList<DriverInfo> records;
     PrinterStore::loadPrinters(records);
 }
@@ -181,7 +215,8 @@ void VelMainWindow::AddValidDriver(const DriverInfo &info, quint16 portNumber)
     auto *card = new DriverItem(served, m_cardContainer);
     m_cardLayout->insertWidget(0, card);
     tabFirstTo(card);
-    // Unlike those found at start-up this server belongs to its card and goes with it. Intended.
+    showWhetherEmpty();
+    // Unlike those found at start-up this server belongs to its card and is destroyed with it.
     startServer(served, card, card);
 }
 
@@ -282,6 +317,7 @@ void VelMainWindow::onRemoveResult(bool ok, const QString &message, const Driver
     if (auto *card = qobject_cast<DriverItem *>(sender())) {
         m_cardLayout->removeWidget(card);
         card->deleteLater();
+        showWhetherEmpty();
     }
     PrinterStore::deletePrinter(info.printerName);
 }

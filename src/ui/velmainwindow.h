@@ -12,6 +12,7 @@
 #include <memory>
 
 class DriverItem;
+class QLabel;
 class PrinterServer;
 class QVBoxLayout;
 class WaittingDlg;
@@ -34,7 +35,7 @@ public:
 public slots:
     void on_activatedSysTrayIcon(QSystemTrayIcon::ActivationReason reason);
 
-    // Any move with any button drags the frameless window. Intended.
+    // Any move with any button drags the frameless window, which has no title bar.
     void mousePressEvent(QMouseEvent *event) override;
     void mouseMoveEvent(QMouseEvent *event) override;
     void mouseReleaseEvent(QMouseEvent *event) override;
@@ -63,6 +64,7 @@ protected:
 private:
     void connectForm();
     void buildCardList();
+    void buildEmptyHint();
     void buildTray();
     void startCleanUpTimer();
     void buildWaitingDialog();
@@ -72,6 +74,7 @@ private:
     /// Serves a printer that has just been added, as the first of the list.
     void AddValidDriver(const DriverInfo &info, quint16 portNumber);
     void tabFirstTo(const DriverItem *card);
+    void showWhetherEmpty();
     void startServer(const DriverInfo &info, DriverItem *card, QObject *serverParent);
     void startAdding(const DriverInfo &info);
     /// The spooler has given the place of `added` away: a card that still holds it follows its queue or is removed.
@@ -82,6 +85,7 @@ private:
     QList<PrinterServer *> m_servers;
     QVBoxLayout *m_cardLayout = nullptr;
     QWidget *m_cardContainer = nullptr;
+    QLabel *m_emptyHint = nullptr; // over the list while there is no card
     QMenu m_trayMenu;
     QSystemTrayIcon *m_trayIcon = nullptr;
     QAction *m_showAction = nullptr;

@@ -152,6 +152,7 @@ private slots:
     void initTestCase() { qRegisterMetaType<DriverInfo>("DriverInfo"); }
     void servesWhatTheSpoolerHolds();
     void livesThroughAPrintersLife();
+    void emptyListLeadsToAdding();
     void showsThatItIsAtWork();
     void refusesWhatWasTyped_data();
     void refusesWhatWasTyped();
@@ -237,6 +238,22 @@ void PrintersTest::livesThroughAPrintersLife()
     QVERIFY2(!socket.waitForConnected(500), "nobody listens any more");
     QVERIFY(add(road, "again", serial));
     QCOMPARE(Win32Emulator::ports().size(), size_t(2));
+}
+
+void PrintersTest::emptyListLeadsToAdding()
+{
+    Road road(m_good->baseAddress(), 0);
+    const auto *hint = road.find<QLabel>("emptyHint");
+    QVERIFY(hint->isVisible());
+    const QRect link(hint->fontMetrics().horizontalAdvance("您还没有打印机，请点击“"), 0, 20, hint->height());
+    QTest::mouseClick(const_cast<QLabel *>(hint), Qt::LeftButton, Qt::NoModifier, link.center());
+    QVERIFY(road.find<QLineEdit>("lineEdit_name")->isVisible());
+    QVERIFY(add(road, "a", serial));
+    road.find<QPushButton>("pushButton_manage")->click();
+    QVERIFY(!hint->isVisible());
+    road.find<QPushButton>("deleteButton")->click();
+    QTRY_VERIFY(!road.card());
+    QVERIFY(hint->isVisible());
 }
 
 void PrintersTest::showsThatItIsAtWork()
