@@ -8,6 +8,8 @@
 
 namespace {
 
+constexpr qint64 largestInf = 16 * 1024 * 1024; // bytes
+
 QString driverKeyPath(const QString &driver, const QString &environment)
 {
     return QStringLiteral("SYSTEM\\CurrentControlSet\\Control\\Print\\Environments\\") + environment +
@@ -16,10 +18,12 @@ QString driverKeyPath(const QString &driver, const QString &environment)
 
 bool openInf(QFile &file, const char *failureText)
 {
-    if (file.open(QIODevice::ReadOnly | QIODevice::Text))
-        return true;
-    qDebug() << failureText << file.errorString();
-    return false;
+    const bool opened = file.open(QIODevice::ReadOnly | QIODevice::Text);
+    // One line as long as a huge file would exhaust the memory.
+    const bool readable = opened && file.size() <= largestInf;
+    if (!readable)
+        qDebug() << failureText << (opened ? QStringLiteral("The file is too large") : file.errorString());
+    return readable;
 }
 
 // Found at run time: not every Windows has it.
@@ -50,20 +54,12 @@ bool removeQueues(CPrinter &printer, const QList<Queue> &queues, const QSet<QStr
     return true;
 }
 
-/// Removes a driver from each environment that it has an INF path in.
-bool removeDriver(CPrinter &printer, const QString &driver, const QMap<QString, QString> &paths)
+/// Calls `remove` with each environment that has an INF path, and that path, until it fails.
+template <typename Remove>
+bool removeFromEach(const QMap<QString, QString> &paths, Remove remove)
 {
     for (auto path = paths.cbegin(); path != paths.cend(); ++path) {
-        if (!path.value().isEmpty() && !printer.RemovePrinterDriver(driver, path.key()))
-            return false;
-    }
-    return true;
-}
-
-bool removePackages(CPrinter &printer, const QMap<QString, QString> &paths)
-{
-    for (auto path = paths.cbegin(); path != paths.cend(); ++path) {
-        if (!path.value().isEmpty() && !printer.RemovePrinterDriverPackage(path.value(), path.key()))
+        if (!path.value().isEmpty() && !remove(path.key(), path.value()))
             return false;
     }
     return true;
@@ -95,8 +91,8 @@ QString CPrinter::GetDriverRegInfo(const QString &value, const QString &driver, 
         qDebug() << "631_CPrinter RegOpenKeyEx error code:" << error;
         return QString();
     }
-    // Intended: the size told is MAX_PATH bytes, so a value of more than half that many characters is refused. The rest
-    // of the buffer stays zero and ends a text that was stored without its terminator.
+    // The size passed is MAX_PATH bytes, so a value of more than half that many characters is intentionally refused.
+    // The rest of the buffer stays zero and ends a text that was stored without its terminator.
     WCHAR text[MAX_PATH] = {};
     DWORD size = MAX_PATH;
     error = RegQueryValueExW(key, WideText(value).data(), nullptr, nullptr, reinterpret_cast<LPBYTE>(text), &size);
@@ -182,16 +178,20 @@ bool CPrinter::RemoveSeriesDriver(const QString &fileName)
 
     QList<Driver> drivers;
     EnumLocalDrivers(drivers);
-    // Intended: only the packages of the last matching driver are removed. One series comes in one package.
+    // One series comes in one package: intentionally, only the packages of the last matching driver are removed.
     QMap<QString, QString> packages;
     for (const Driver &driver : qAsConst(drivers)) {
         if (!models.contains(driver.name))
             continue;
         packages = GetDriverInfPaths(driver.name);
-        if (!removeDriver(*this, driver.name, packages))
+        if (!removeFromEach(packages, [&](const QString &environment, const QString &) {
+                return RemovePrinterDriver(driver.name, environment);
+            }))
             return false;
     }
-    if (!removePackages(*this, packages))
+    if (!removeFromEach(packages, [&](const QString &environment, const QString &path) {
+            return RemovePrinterDriverPackage(path, environment);
+        }))
         return false;
     qDebug("1159_CPrinter RemoveSeriesDriver() return true");
     return true;

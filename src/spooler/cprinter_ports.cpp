@@ -8,9 +8,17 @@
 #include <QLibrary>
 
 #include <mutex>
-#include <optional>
 
 namespace {
+
+/// An export of the helper library and the log lines of the operation that calls it; each names its place in the code.
+struct HelperCall
+{
+    const char *name;
+    const char *loadFailed;
+    const char *resolveFailed;
+    const char *result; ///< with a place for the result
+};
 
 std::mutex bindingMutex;
 
@@ -24,21 +32,14 @@ std::mutex bindingMutex;
 class HelperExport
 {
 public:
-    /// The log lines of one operation; each names its place in the code.
-    struct Texts
-    {
-        const char *loadFailed;
-        const char *resolveFailed;
-    };
-
-    HelperExport(const char *name, const Texts &texts)
+    explicit HelperExport(const HelperCall &call)
         : m_library(QStringLiteral("Quaylink.dll"))
     {
-        bind(name);
+        bind(call.name);
         if (!m_loaded)
-            qCritical("%s", texts.loadFailed);
+            qCritical("%s", call.loadFailed);
         else if (!m_address)
-            qCritical("%s", texts.resolveFailed);
+            qCritical("%s", call.resolveFailed);
     }
 
     ~HelperExport()
@@ -76,40 +77,26 @@ private:
 constexpr int deletionAttempts = 2;
 const auto spoolerService = QStringLiteral("Spooler");
 
-/// What tells one call of the helper library from another.
-struct HelperCall
-{
-    const char *name;
-    HelperExport::Texts texts;
-    const char *result; ///< log line with a place for the result
-};
+constexpr HelperCall addPort = {"AddStandardTcpPort", "44_CPrinter addStandardTcpPort load Quaylink.dll failed",
+                                "32_CPrinter resolve Quaylink.dll failed", "38_CPrinter pAdd= %d"};
+constexpr HelperCall configPort = {"ConfigStandardTcpPort", "71_CPrinter load Quaylink.dll failed",
+                                   "59_CPrinter resolve Quaylink.dll failed", "65_CPrinter pConfig()=%d"};
+constexpr HelperCall deletePort = {"DeleteStandardTcpPort", "98_CPrinter load Quaylink.dll failed",
+                                   "86_CPrinter resolve Quaylink.dll failed", "92_CPrinter pDelete()= %d"};
+constexpr HelperCall readPort = {"GetConfigStandardTcpPort",
+                                 "464_CPrinter GetConfigStandardTcpPort load Quaylink.dll failed",
+                                 "444_CPrinter resolve Quaylink.dll failed", "453_CPrinter pf()= %d"};
+constexpr HelperCall stopDependents = {"StopDependentServices",
+                                       "929_CPrinter StopDependentServices load Quaylink.dll failed",
+                                       "917_CPrinter resolve Quaylink.dll failed", "923_CPrinter pf()= %d"};
 
-constexpr HelperCall addPort = {
-    "AddStandardTcpPort",
-    {"44_CPrinter addStandardTcpPort load Quaylink.dll failed", "32_CPrinter resolve Quaylink.dll failed"},
-    "38_CPrinter pAdd= %d"};
-constexpr HelperCall configPort = {"ConfigStandardTcpPort",
-                                   {"71_CPrinter load Quaylink.dll failed", "59_CPrinter resolve Quaylink.dll failed"},
-                                   "65_CPrinter pConfig()=%d"};
-constexpr HelperCall deletePort = {"DeleteStandardTcpPort",
-                                   {"98_CPrinter load Quaylink.dll failed", "86_CPrinter resolve Quaylink.dll failed"},
-                                   "92_CPrinter pDelete()= %d"};
-constexpr HelperCall readPort = {
-    "GetConfigStandardTcpPort",
-    {"464_CPrinter GetConfigStandardTcpPort load Quaylink.dll failed", "444_CPrinter resolve Quaylink.dll failed"},
-    "453_CPrinter pf()= %d"};
-constexpr HelperCall stopDependents = {
-    "StopDependentServices",
-    {"929_CPrinter StopDependentServices load Quaylink.dll failed", "917_CPrinter resolve Quaylink.dll failed"},
-    "923_CPrinter pf()= %d"};
-
-/// Calls the export and logs its result; nothing when the library or the export is missing.
+/// Calls the export and logs its result. Gives `missing` when the library or the export is missing.
 template <typename Function, typename... Arguments>
-std::optional<int> callHelper(const HelperCall &call, Arguments... arguments)
+int callHelper(const HelperCall &call, int missing, Arguments... arguments)
 {
-    const HelperExport helper(call.name, call.texts);
+    const HelperExport helper(call);
     if (!helper)
-        return std::nullopt;
+        return missing;
     const int result = helper.as<Function>()(arguments...);
     qDebug(call.result, result);
     return result;
@@ -134,23 +121,21 @@ bool CPrinter::EnumLocalPorts(QList<Port> &ports)
 int CPrinter::addStandardTcpPort(const QString &portName, const QString &host, unsigned int portNumber)
 {
     qDebug() << "23_CPrinter addStandardTcpPort" << portName << host << portNumber;
-    return callHelper<Quaylink::AddStandardTcpPort>(addPort, WideText(portName).data(), WideText(host).data(),
-                                                    portNumber)
-        .value_or(helperMissing);
+    return callHelper<Quaylink::AddStandardTcpPort>(addPort, helperMissing, WideText(portName).data(),
+                                                    WideText(host).data(), portNumber);
 }
 
 int CPrinter::ConfigStandardTcpPort(const QString &portName, const QString &host, unsigned int portNumber)
 {
     qDebug() << "50_CPrinter ConfigStandardTcpPort" << portName << host << portNumber;
-    return callHelper<Quaylink::ConfigStandardTcpPort>(configPort, WideText(portName).data(), WideText(host).data(),
-                                                       portNumber)
-        .value_or(helperMissing);
+    return callHelper<Quaylink::ConfigStandardTcpPort>(configPort, helperMissing, WideText(portName).data(),
+                                                       WideText(host).data(), portNumber);
 }
 
 int CPrinter::DeleteStandardTcpPort(const QString &portName)
 {
     qDebug() << "77_CPrinter DeleteStandardTcpPort" << portName;
-    return callHelper<Quaylink::DeleteStandardTcpPort>(deletePort, WideText(portName).data()).value_or(helperMissing);
+    return callHelper<Quaylink::DeleteStandardTcpPort>(deletePort, helperMissing, WideText(portName).data());
 }
 
 int CPrinter::GetPortInfo(const QString &portName, QString &host, unsigned short &portNumber)
@@ -158,9 +143,8 @@ int CPrinter::GetPortInfo(const QString &portName, QString &host, unsigned short
     qDebug() << "435_CPrinter GetPortInfo" << portName;
     WCHAR hostBuffer[Quaylink::hostCapacity] = {};
     DWORD number = 0;
-    const int result =
-        callHelper<Quaylink::GetConfigStandardTcpPort>(readPort, WideText(portName).data(), hostBuffer, &number)
-            .value_or(helperMissing);
+    const int result = callHelper<Quaylink::GetConfigStandardTcpPort>(readPort, helperMissing,
+                                                                      WideText(portName).data(), hostBuffer, &number);
     if (result == 0) {
         host = fromWide(hostBuffer);
         portNumber = static_cast<unsigned short>(number);
@@ -171,14 +155,14 @@ int CPrinter::GetPortInfo(const QString &portName, QString &host, unsigned short
 bool CPrinter::StopDependentServices(SC_HANDLE manager, SC_HANDLE service)
 {
     qDebug() << "909_CPrinter StopDependentServices()" << manager << service;
-    return callHelper<Quaylink::StopDependentServices>(stopDependents, manager, service).value_or(FALSE) != FALSE;
+    return callHelper<Quaylink::StopDependentServices>(stopDependents, FALSE, manager, service) != FALSE;
 }
 
 bool CPrinter::RemovePrinterDriver(const QString &driver, const QString &environment)
 {
     qDebug() << "1020_CPrinter RemovePrinterDriver()" << driver << environment;
-    const HelperExport helper("QDeletePrinterDriver",
-                              {"1024_CPrinter load Quaylink.dll failed", "1032_CPrinter resolve Quaylink.dll failed"});
+    const HelperExport helper({"QDeletePrinterDriver", "1024_CPrinter load Quaylink.dll failed",
+                               "1032_CPrinter resolve Quaylink.dll failed", "1044_CPrinter pF() failed (%d)"});
     if (!helper)
         return false;
     auto *deleteDriver = helper.as<Quaylink::QDeletePrinterDriver>();

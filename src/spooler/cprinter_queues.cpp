@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QDebug>
+#include <QThread>
 
 #include <cstring>
 
@@ -13,21 +14,8 @@ namespace {
 const auto cloudIdValue = QStringLiteral("CloudId");
 const auto cloudPortValue = QStringLiteral("CloudPort");
 
-constexpr int chinaStandardTime = 8; // hours ahead of UTC
-
-/// The texts of the log lines of one reading operation; each names its place in the code.
-struct InfoTexts
-{
-    const char *sizeFailed;
-    const char *readFailed;
-};
-
-struct DataTexts
-{
-    const char *openFailed;
-    const char *sizeFailed;
-    const char *readFailed;
-};
+constexpr DWORD longestValue = 64 * 1024 * 1024; // bytes; more is not ours and would overflow QByteArray
+constexpr int chinaStandardTime = 8;             // hours ahead of UTC
 
 SpoolerBlock queryInfo(HANDLE printer)
 {
@@ -36,7 +24,7 @@ SpoolerBlock queryInfo(HANDLE printer)
 }
 
 /// Reads the PRINTER_INFO_2 of an open queue; no bytes, and a log line, on failure.
-SpoolerBlock readInfo(const PrinterHandle &printer, const InfoTexts &texts)
+SpoolerBlock readInfo(const PrinterHandle &printer, const ReadingTexts &texts)
 {
     SpoolerBlock block = queryInfo(printer.get());
     if (block.sizeFailed)
@@ -52,17 +40,18 @@ Queue toQueue(const PRINTER_INFO_2W &info)
 }
 
 /// Reads a value of any type. False, and a log line, when it is missing or cannot be read.
-bool readValue(const QString &name, const QString &value, const DataTexts &texts, QByteArray &bytes)
+bool readValue(const QString &name, const QString &value, const char *openFailed, const ReadingTexts &texts,
+               QByteArray &bytes)
 {
     const PrinterHandle printer(name, PRINTER_ACCESS_ADMINISTER);
     if (!printer) {
-        qCritical(texts.openFailed, qUtf16Printable(name), ulong(printer.error()));
+        qCritical(openFailed, qUtf16Printable(name), ulong(printer.error()));
         return false;
     }
     DWORD type = 0;
     DWORD needed = 0;
     DWORD result = GetPrinterDataW(printer.get(), WideText(value).data(), &type, nullptr, 0, &needed);
-    if (result != ERROR_MORE_DATA || needed == 0) {
+    if (result != ERROR_MORE_DATA || needed == 0 || needed > longestValue) {
         qCritical(texts.sizeFailed, ulong(GetLastError()), ulong(needed));
         return false;
     }
@@ -120,11 +109,10 @@ bool CPrinter::GetCloudPrinterId(const QString &name, QString &id)
 {
     qDebug() << "258_CPrinter GetCloudPrinterId" << name;
     QByteArray text;
-    if (!readValue(name, cloudIdValue,
-                   {"267_CPrinter OpenPrinter %ls, error is %lu",
-                    "283_CPrinter GetPrinterData error is %lu, need is %lu",
-                    "292_CPrinter GetPrinterData error is %lu"},
-                   text))
+    if (!readValue(
+            name, cloudIdValue, "267_CPrinter OpenPrinter %ls, error is %lu",
+            {"283_CPrinter GetPrinterData error is %lu, need is %lu", "292_CPrinter GetPrinterData error is %lu"},
+            text))
         return false;
     // The platform may have given more bytes than the text has, or no terminator.
     id = QString::fromUtf8(text.constData(), static_cast<int>(qstrnlen(text.constData(), uint(text.size()))));
@@ -149,11 +137,10 @@ bool CPrinter::GetPrinterPortNum(const QString &name, unsigned short &port)
 {
     qDebug() << "333_CPrinter GetPrinterPortNum" << name;
     QByteArray bytes;
-    if (!readValue(name, cloudPortValue,
-                   {"342_CPrinter OpenPrinter %ls, error is %lu",
-                    "358_CPrinter GetPrinterData error is %lu, need is %lu",
-                    "367_CPrinter GetPrinterData error is %lu"},
-                   bytes))
+    if (!readValue(
+            name, cloudPortValue, "342_CPrinter OpenPrinter %ls, error is %lu",
+            {"358_CPrinter GetPrinterData error is %lu, need is %lu", "367_CPrinter GetPrinterData error is %lu"},
+            bytes))
         return false;
     // Another tool may have written more or fewer bytes; the first two count, a missing one is zero.
     port = 0;
@@ -228,8 +215,8 @@ bool CPrinter::DeletePrintJob(void *printer)
     }
     const std::unique_ptr<BYTE[]> info(new BYTE[needed]);
     const DWORD size = needed;
-    // No pause and no limit: the queue is purged in a tight loop until the spooler reports no jobs.
-    for (;;) {
+    // No pause and no limit: the queue is purged in a tight loop until the spooler reports no jobs or the program ends.
+    while (!QThread::currentThread()->isInterruptionRequested()) {
         if (!GetPrinterW(printer, 2, info.get(), size, &needed)) {
             qDebug() << "576_CPrinter GetPrinter failed:" << GetLastError();
             return false;
@@ -238,6 +225,7 @@ bool CPrinter::DeletePrintJob(void *printer)
             return true;
         SetPrinterW(printer, 0, nullptr, PRINTER_CONTROL_PURGE);
     }
+    return false;
 }
 
 bool CPrinter::RemovePrinter(const QString &name)

@@ -4,16 +4,20 @@
 #include <QDebug>
 #include <QThread>
 
-// The set-up entry point of the platform: PrintUIEntry of PRINTUI.DLL, run by RUNDLL32 as a child process. Names go
-// into the command line as they stand; one with a double quote breaks it, and the set-up then makes another queue or
-// none. That is intended: the callers look at what the spooler holds afterwards.
+#include <chrono>
+
+using namespace std::chrono_literals;
+
+// The set-up entry point of Windows: PrintUIEntry of PRINTUI.DLL, run by RUNDLL32 as a child process. Names are
+// intentionally not escaped: one with a double quote breaks the command line, and the set-up then makes another queue
+// or none. The callers look at what the spooler holds afterwards.
 
 namespace {
 
-constexpr int startTimeout = 30000;     // ms
-constexpr int setupTimeout = 5 * 60000; // ms
-constexpr int testPageTimeout = 30000;  // ms
-constexpr int interruptionCheck = 100;  // ms
+constexpr std::chrono::milliseconds startTimeout = 30s;
+constexpr auto setupTimeout = 5min;
+constexpr auto testPageTimeout = 30s;
+constexpr std::chrono::milliseconds interruptionCheck = 100ms;
 
 QString quoted(const QString &text)
 {
@@ -39,15 +43,14 @@ void startCommand(QProcess &process, const QString &commandLine)
     process.start(program, arguments, QIODevice::ReadWrite);
 }
 
-/// Waits until a started process has finished, at most `milliseconds`; also gives up when the calling thread is asked
-/// to end, so that a set-up in progress does not hold up the end of the program.
-bool waitForFinished(QProcess &process, int milliseconds)
+/// Waits until a started process has finished, at most until `deadline`; also gives up when the calling thread is asked
+/// to end, so that a set-up in progress does not delay the end of the program.
+bool waitForFinished(QProcess &process, QDeadlineTimer deadline)
 {
-    const QDeadlineTimer deadline(milliseconds);
     while (process.state() != QProcess::NotRunning) {
         if (deadline.hasExpired() || QThread::currentThread()->isInterruptionRequested())
             return false;
-        process.waitForFinished(static_cast<int>(qMin<qint64>(interruptionCheck, deadline.remainingTime())));
+        process.waitForFinished(static_cast<int>(qMin<qint64>(interruptionCheck.count(), deadline.remainingTime())));
     }
     return true;
 }
@@ -66,16 +69,17 @@ bool CPrinter::addCloudPrinter(const QString &name, const QString &port, const Q
     const QString command = setupCommand(name, port, model, inf, useInf);
     qDebug() << "197_CPrinter cmd is" << command;
 
-    // Not owned here: deleting the object would kill a set-up that outlasts the wait. It goes when the set-up ends.
+    // Not owned here: deleting the object would kill a set-up that outlasts the wait. It deletes itself when the set-up
+    // ends.
     auto *process = new QProcess;
     connect(process, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished), process, &QObject::deleteLater);
     startCommand(*process, command);
-    if (!process->waitForStarted(startTimeout)) {
+    if (!process->waitForStarted(static_cast<int>(startTimeout.count()))) {
         qDebug() << "202_CPrinter waitForStarted() returned false";
         process->deleteLater();
         return false;
     }
-    if (!waitForFinished(*process, setupTimeout)) {
+    if (!waitForFinished(*process, QDeadlineTimer(setupTimeout))) {
         qDebug() << "207_CPrinter waitForFinished(5*60000) returned false";
         return false;
     }
@@ -95,7 +99,7 @@ void CPrinter::PrintTestPage(const QString &name)
 {
     QProcess process;
     startCommand(process, QStringLiteral("RUNDLL32 PRINTUI.DLL,PrintUIEntry /k /n ") + quoted(name));
-    process.waitForStarted(startTimeout);
-    waitForFinished(process, testPageTimeout);
+    process.waitForStarted(static_cast<int>(startTimeout.count()));
+    waitForFinished(process, QDeadlineTimer(testPageTimeout));
     qDebug() << "430_CPrinter" << name << "PrintTestPage";
 }

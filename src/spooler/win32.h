@@ -67,6 +67,8 @@ private:
     DWORD m_error = 0;
 };
 
+constexpr int readAttempts = 5;
+
 /// A structure of the spooler, or several, and the texts that they point to, in one block.
 struct SpoolerBlock
 {
@@ -82,8 +84,9 @@ struct SpoolerBlock
     }
 };
 
-/// Reads a block with two calls, one for its size and one for its content. `read` calls Windows with (block, size,
-/// &needed) and returns its success.
+/// Reads a block with two calls, one for its size and one for its content, again and again while it outgrows that size
+/// in between: at log-on Windows may add queues while we read. `read` calls Windows with (block, size, &needed) and
+/// returns its success.
 template <typename Read>
 SpoolerBlock readBlock(Read read)
 {
@@ -93,16 +96,18 @@ SpoolerBlock readBlock(Read read)
     block.sizeFailed = block.error != ERROR_INSUFFICIENT_BUFFER || block.needed == 0;
     if (block.sizeFailed)
         return block;
-    block.bytes.reset(new BYTE[block.needed]);
-    if (!read(block.bytes.get(), block.needed, &block.needed)) {
+    for (int attempt = 0; attempt < readAttempts && block.error == ERROR_INSUFFICIENT_BUFFER; ++attempt) {
+        block.bytes.reset(new BYTE[block.needed]);
+        if (read(block.bytes.get(), block.needed, &block.needed))
+            return block;
         block.error = GetLastError();
-        block.bytes.reset();
     }
+    block.bytes.reset();
     return block;
 }
 
-/// The texts of the critical log lines of one enumeration; each names its place in the code.
-struct EnumerationTexts
+/// The texts of the log lines of one reading; each names its place in the code.
+struct ReadingTexts
 {
     const char *sizeFailed;
     const char *readFailed;
@@ -111,7 +116,7 @@ struct EnumerationTexts
 /// Passes each entry of an enumeration to `append`. `enumerate` calls Windows with (block, size, &needed, &returned).
 /// False, and a log line, on failure and when there is no entry.
 template <typename Info, typename Enumerate, typename Append>
-bool forEachEntry(const EnumerationTexts &texts, Enumerate enumerate, Append append)
+bool forEachEntry(const ReadingTexts &texts, Enumerate enumerate, Append append)
 {
     DWORD returned = 0;
     const SpoolerBlock block =

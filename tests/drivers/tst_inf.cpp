@@ -113,7 +113,7 @@ private slots:
         constexpr int size = 10 * 1024 * 1024;
         const QTemporaryDir folder;
         for (const QByteArray &text :
-             {rubbish(size), "[Manufacturer]\n%M%=M,\n[M]\n" + QByteArray("\"x\n").repeated(size / 3)}) {
+             {rubbish(size), "[Manufacturer]\n%M%=Models,\n[Models]\n" + QByteArray("\"x\n").repeated(size / 3)}) {
             QFile file(folder.filePath("rubbish.inf"));
             QVERIFY(file.open(QIODevice::WriteOnly));
             file.write(text);
@@ -124,6 +124,19 @@ private slots:
             QCOMPARE(CPrinter().GetInfDrivers(file.fileName()), QSet<QString>());
             QVERIFY2(timer.elapsed() < 10000, "reading each byte anew for each line would take minutes");
         }
+    }
+
+    /// A file that is no INF may be of any size, in one line.
+    void hugeFile()
+    {
+        const QTemporaryDir folder;
+        QFile file(folder.filePath("huge.inf"));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("DriverVer=a,1\n");
+        QVERIFY(file.resize(16 * 1024 * 1024 + 1));
+        const LogRecorder log;
+        QCOMPARE(CPrinter().GetInfVersion(file.fileName()), QString());
+        QCOMPARE(log.lines().last(), QString("1165_CPrinter \"The file is too large\""));
     }
 
     void registry()

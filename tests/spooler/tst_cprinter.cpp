@@ -3,10 +3,13 @@
 #include "support/machine.h"
 
 #include <QTest>
+#include <QThread>
 
 #include <windows.h>
 
 #include "win32/control.h"
+
+#include <memory>
 
 namespace {
 
@@ -231,6 +234,34 @@ private slots:
         Win32Emulator::clearCalls();
         QVERIFY(!printer.RemovePrinter(""));
         QVERIFY(Win32Emulator::calls().empty());
+    }
+
+    void purgeEndsWithTheProgram()
+    {
+        Win32Emulator::addJob(queueUtf8, "a", "bytes");
+        Win32Emulator::failCalls("SetPrinterW", ERROR_ACCESS_DENIED, 0, 1000000);
+        bool removed = true;
+        const std::unique_ptr<QThread> thread(QThread::create([&] { removed = CPrinter().RemovePrinter(queue); }));
+        thread->start();
+        QTRY_VERIFY(Win32Emulator::calls("SetPrinterW").size() > 3);
+        thread->requestInterruption();
+        QVERIFY(thread->wait(5000));
+        QVERIFY(!removed);
+    }
+
+    /// A queue that is added between the query for the size and the reading is no reason to find none.
+    void queuesAreAddedWhileTheyAreRead()
+    {
+        Win32Emulator::beforeCall("EnumPrintersW", [] {
+            Win32Emulator::beforeCall("EnumPrintersW", [] { Win32Emulator::addPrinter("added", "OXCloud001"); });
+        });
+        QList<Queue> queues;
+        QVERIFY(CPrinter().EnumLocalPrinters(queues));
+        QCOMPARE(queues.size(), 2);
+
+        // It is not read for ever.
+        Win32Emulator::failCalls("EnumPrintersW", ERROR_INSUFFICIENT_BUFFER, 0, 100);
+        QVERIFY(!CPrinter().EnumLocalPrinters(queues));
     }
 
     void jobCountChangesBetweenTheCalls()
