@@ -8,7 +8,7 @@ using namespace Quaylink;
 
 namespace {
 
-/// Longest name of a driver or an environment that the platform takes, with the terminating zero.
+/// Longest name of a driver or an environment that Windows takes, with the terminating zero.
 constexpr std::size_t nameCapacity = MAX_PATH;
 
 DWORD deleteDriver(LPCWSTR driver, LPCWSTR environment)
@@ -17,7 +17,7 @@ DWORD deleteDriver(LPCWSTR driver, LPCWSTR environment)
         return ERROR_INVALID_PARAMETER;
     WideString driverName = driver;
     WideString environmentName = environment;
-    // Files that another driver shares stay; that is no error with this flag.
+    // With this flag, files that another driver shares stay and are not an error.
     if (DeletePrinterDriverExW(nullptr, environmentName.data(), driverName.data(), DPD_DELETE_UNUSED_FILES, 0))
         return ERROR_SUCCESS;
     return GetLastError();

@@ -4,8 +4,8 @@
 
 #include <cstddef>
 
-// The structures that the Standard TCP/IP port monitor takes through XcvData, as the platform documents them
-// (tcpxcv.h). Declared here because not every set of platform headers has that file.
+// The structures that the Standard TCP/IP port monitor takes through XcvData, as documented for tcpxcv.h. Declared here
+// because not every set of Win32 headers has that file.
 
 namespace Quaylink {
 

@@ -24,8 +24,8 @@ PortData portData(LPCWSTR port, LPCWSTR host, DWORD number)
     data.size = sizeof data;
     copyText(data.hostAddress, host);
     data.portNumber = number;
-    // SNMP stays off: the program that listens at the other end does not speak it, and the spooler would call the
-    // printer offline.
+    // SNMP stays off: the program that listens on this port does not support it, and the spooler would report the
+    // printer as offline.
     return data;
 }
 
@@ -36,7 +36,7 @@ int AddStandardTcpPort(LPCWSTR port, LPCWSTR host, DWORD number)
     if (!isPort(port, host, number))
         return ERROR_INVALID_PARAMETER;
     PortData data = portData(port, host, number);
-    return static_cast<int>(Xcv::monitor().send("AddPort", data));
+    return static_cast<int>(XcvHandle::monitor().send("AddPort", data));
 }
 
 int ConfigStandardTcpPort(LPCWSTR port, LPCWSTR host, DWORD number)
@@ -44,7 +44,7 @@ int ConfigStandardTcpPort(LPCWSTR port, LPCWSTR host, DWORD number)
     if (!isPort(port, host, number))
         return ERROR_INVALID_PARAMETER;
     PortData data = portData(port, host, number);
-    return static_cast<int>(Xcv::port(port).send("ConfigPort", data));
+    return static_cast<int>(XcvHandle::port(port).send("ConfigPort", data));
 }
 
 int DeleteStandardTcpPort(LPCWSTR port)
@@ -54,7 +54,7 @@ int DeleteStandardTcpPort(LPCWSTR port)
     DeletePortData data = {};
     copyText(data.portName, port);
     data.version = portDataVersion;
-    return static_cast<int>(Xcv::monitor().send("DeletePort", data));
+    return static_cast<int>(XcvHandle::monitor().send("DeletePort", data));
 }
 
 int GetConfigStandardTcpPort(LPCWSTR port, LPWSTR host, DWORD *number)
@@ -64,7 +64,7 @@ int GetConfigStandardTcpPort(LPCWSTR port, LPWSTR host, DWORD *number)
     ConfigInfoData question = {};
     question.version = portDataVersion;
     PortData answer = {};
-    const DWORD error = Xcv::port(port).ask("GetConfigInfo", question, answer);
+    const DWORD error = XcvHandle::port(port).ask("GetConfigInfo", question, answer);
     if (error != ERROR_SUCCESS)
         return static_cast<int>(error);
     // A damaged answer must not run past the caller's buffer.

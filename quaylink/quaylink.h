@@ -9,14 +9,14 @@
 /// ERROR_INVALID_PARAMETER.
 namespace Quaylink {
 
-/// Room, in UTF-16 units with the terminating zero, of the buffer that GetConfigStandardTcpPort is given. It takes no
+/// Size, in UTF-16 units with the terminating zero, of the buffer for GetConfigStandardTcpPort. The export takes no
 /// size, so both sides rely on this constant.
 constexpr int hostCapacity = 64;
 
-/// 0 or a Win32 error code. The port speaks the raw protocol and is never asked for its status over SNMP.
+/// 0 or a Win32 error code. The port uses the raw protocol, without SNMP status.
 using AddStandardTcpPort = int(LPCWSTR port, LPCWSTR host, DWORD number);
 
-/// 0 or a Win32 error code. Aims an existing port anew.
+/// 0 or a Win32 error code. Changes the host and number of an existing port.
 using ConfigStandardTcpPort = int(LPCWSTR port, LPCWSTR host, DWORD number);
 
 /// 0 or a Win32 error code.

@@ -34,7 +34,7 @@ bool stopService(SC_HANDLE manager, LPCWSTR name, DWORD start)
     if (ControlService(service.get(), SERVICE_CONTROL_STOP, &status))
         return waitUntilStopped(service.get(), start);
     const DWORD error = GetLastError();
-    // Someone else may be stopping it, or has done so.
+    // Someone else may be stopping it or may have stopped it.
     if (error != ERROR_SERVICE_CANNOT_ACCEPT_CTRL && error != ERROR_SERVICE_NOT_ACTIVE)
         return false;
     return waitUntilStopped(service.get(), start);
@@ -57,7 +57,7 @@ int StopDependentServices(SC_HANDLE manager, SC_HANDLE service)
     const auto size = static_cast<DWORD>(dependents.size() * sizeof(ENUM_SERVICE_STATUSW));
     if (!EnumDependentServicesW(service, SERVICE_ACTIVE, dependents.data(), size, &needed, &count))
         return FALSE;
-    // They come in the reverse order of their start, so each is stopped before those that it depends on.
+    // Windows lists them in reverse start order, so each is stopped before the services it depends on.
     const DWORD start = GetTickCount();
     for (DWORD i = 0; i < count; ++i) {
         if (!stopService(manager, dependents[i].lpServiceName, start))

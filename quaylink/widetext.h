@@ -9,15 +9,15 @@ namespace Quaylink {
 
 using WideString = std::basic_string<WCHAR>;
 
-/// An ASCII text as UTF-16. WCHAR is another type on each system, so no literal serves both.
+/// An ASCII text as UTF-16. WCHAR is char16_t or wchar_t, so no literal fits both.
 inline WideString wide(const char *text)
 {
     const std::string ascii(text);
     return {ascii.begin(), ascii.end()};
 }
 
-/// True when the text is there, not empty, and fits with its terminating zero into `capacity` units. Looks no further
-/// than that.
+/// True when the text is neither null nor empty and fits into `capacity` units with its terminating zero. Reads no
+/// further than that.
 inline bool fits(LPCWSTR text, std::size_t capacity)
 {
     if (!text || text[0] == 0)

@@ -2,17 +2,17 @@
 
 namespace Quaylink {
 
-Xcv Xcv::monitor()
+XcvHandle XcvHandle::monitor()
 {
-    return Xcv(wide(",XcvMonitor Standard TCP/IP Port"));
+    return XcvHandle(wide(",XcvMonitor Standard TCP/IP Port"));
 }
 
-Xcv Xcv::port(LPCWSTR name)
+XcvHandle XcvHandle::port(LPCWSTR name)
 {
-    return Xcv(wide(",XcvPort ") + name);
+    return XcvHandle(wide(",XcvPort ") + name);
 }
 
-Xcv::Xcv(WideString name)
+XcvHandle::XcvHandle(WideString name)
 {
     PRINTER_DEFAULTSW defaults{nullptr, nullptr, SERVER_ACCESS_ADMINISTER};
     if (OpenPrinterW(name.data(), &m_handle, &defaults))
@@ -21,17 +21,17 @@ Xcv::Xcv(WideString name)
     m_handle = nullptr;
 }
 
-Xcv::~Xcv()
+XcvHandle::~XcvHandle()
 {
     if (m_handle)
         ClosePrinter(m_handle);
 }
 
-DWORD Xcv::transfer(const char *command, BYTE *input, DWORD inputSize, BYTE *output, DWORD outputSize)
+DWORD XcvHandle::transfer(const char *command, BYTE *input, DWORD inputSize, BYTE *output, DWORD outputSize)
 {
     if (!m_handle)
         return m_openError;
-    DWORD needed = 0; // asked for even by commands that answer nothing
+    DWORD needed = 0; // required even by commands without output
     DWORD status = ERROR_SUCCESS;
     // The call's own success only means that the command was delivered; the monitor's verdict is the status.
     if (!XcvDataW(m_handle, wide(command).c_str(), input, inputSize, output, outputSize, &needed, &status))

@@ -7,21 +7,21 @@
 
 namespace Quaylink {
 
-/// An open door to the Standard TCP/IP port monitor, closed with the object.
-class Xcv
+/// A handle to the Standard TCP/IP port monitor or one of its ports, closed with the object.
+class XcvHandle
 {
 public:
-    /// Opens the monitor itself: for ports that are yet to be made, and to delete one.
-    static Xcv monitor();
+    /// Opens the monitor itself: to create or delete a port.
+    static XcvHandle monitor();
 
     /// Opens an existing port.
-    static Xcv port(LPCWSTR name);
+    static XcvHandle port(LPCWSTR name);
 
-    ~Xcv();
-    Xcv(const Xcv &) = delete;
-    Xcv &operator=(const Xcv &) = delete;
+    ~XcvHandle();
+    XcvHandle(const XcvHandle &) = delete;
+    XcvHandle &operator=(const XcvHandle &) = delete;
 
-    /// Sends a command; gives 0 or a Win32 error code, also when the door could not be opened.
+    /// Sends a command. Returns 0 or a Win32 error code, also when the handle could not be opened.
     template <typename Input>
     DWORD send(const char *command, Input &input)
     {
@@ -37,7 +37,7 @@ public:
     }
 
 private:
-    explicit Xcv(WideString name);
+    explicit XcvHandle(WideString name);
     DWORD transfer(const char *command, BYTE *input, DWORD inputSize, BYTE *output, DWORD outputSize);
 
     HANDLE m_handle = nullptr;

@@ -49,7 +49,7 @@ struct SpoolJob
 QList<SpoolJob> spoolJobs(const QString &printerName);
 
 /// The program's one layer over the Windows print spooler. Holds no state: every operation opens what it needs, works,
-/// closes and returns, on the calling thread, which may be any. Failures go to the diagnostic log and into the result.
+/// closes and returns. Callable on any thread. Failures are logged and reported by the result.
 class CPrinter : public QObject
 {
     Q_OBJECT
@@ -63,13 +63,13 @@ public:
 
     explicit CPrinter(QObject *parent = nullptr);
 
-    /// Installs a queue, and with `useInf` its driver from the INF file, through the system's printer set-up. True when
-    /// the set-up process started and finished in time; its exit code says nothing reliable and is not looked at.
-    /// Blocks for up to five and a half minutes.
+    /// Installs a queue, and with `useInf` its driver from the INF file, through the printer set-up of Windows. True
+    /// when the set-up process started and finished in time; its exit code is unreliable and ignored. Blocks for up to
+    /// five and a half minutes.
     bool addCloudPrinter(const QString &name, const QString &port, const QString &model, const QString &inf,
                          bool useInf);
 
-    /// Prints the system's test page. Blocks for up to a minute; failures are not reported.
+    /// Prints the test page of Windows. Blocks for up to a minute; failures are not reported.
     void PrintTestPage(const QString &name);
 
     /// Stores the cloud serial in the printer data "CloudId". 0, a Win32 error code, or a result named above.
@@ -112,27 +112,28 @@ public:
     /// A service, or null. The caller closes it and the manager; on failure the manager has been closed.
     SC_HANDLE__ *QOpenService(SC_HANDLE__ *manager, const QString &name, quint32 access);
 
-    /// Stops a service and what depends on it. True only when this call stopped it: one that was stopped already, or
-    /// was being stopped, gives false. Blocks for half a minute and more.
+    /// Stops a service and what depends on it. True only when this call stopped it, not when it was stopped already
+    /// or being stopped. Blocks for half a minute and more.
     bool StopSvc(const QString &name);
 
-    /// Starts a service. True once the start is accepted, even if the service then stalls. Blocks while it starts.
+    /// Starts a service; waits up to half a minute for one that is still stopping. True once the start is accepted,
+    /// even if the service then stalls. Blocks while it starts.
     bool StartSvc(const QString &name);
 
-    /// A text value of a driver's registry key, as it stands; empty when it cannot be read.
+    /// A text value of a driver's registry key; empty when it cannot be read.
     QString GetDriverRegInfo(const QString &value, const QString &driver, const QString &environment);
 
     /// The driver's version in the first environment that has one; empty if none.
     QString GetDriverVersion(const QString &driver);
 
-    /// The INF file that the spooler installed the driver from.
+    /// Path of the INF file that the spooler installed the driver from.
     QString GetDriverInfPath(const QString &driver, const QString &environment);
 
     /// INF path by environment: always all three environments, with an empty path where the driver is not installed.
     /// Empty for an empty driver name.
     QMap<QString, QString> GetDriverInfPaths(const QString &driver);
 
-    /// What an INF file declares; empty when it cannot be read or does not say.
+    /// Declarations of an INF file; empty when it cannot be read, is larger than 16 MiB or has none.
     QString GetInfVersion(const QString &fileName);
     QString GetInfManufacturer(const QString &fileName);
     QSet<QString> GetInfDrivers(const QString &fileName);
@@ -145,7 +146,7 @@ public:
     bool RemovePrinterDriverPackage(const QString &infPath, const QString &environment);
 
     /// Removes every queue, driver and driver package of the models that an INF file declares. The first failure ends
-    /// it; what was removed by then stays removed.
+    /// it, without a rollback.
     bool RemoveSeriesDriver(const QString &fileName);
 
 public slots:

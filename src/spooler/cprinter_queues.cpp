@@ -95,12 +95,12 @@ int CPrinter::SetCloudPrinterId(const QString &name, const QString &id)
         qCritical("234_CPrinter OpenPrinter %ls, error is %lu", qUtf16Printable(name), ulong(printer.error()));
         return printer.error() == ERROR_INVALID_PRINTER_NAME ? invalidPrinterName : printerNotOpened;
     }
-    // Single-byte text in a REG_SZ, intended and read back in the same way. The size goes by the 8-bit code page.
+    // Intentionally single-byte text in a REG_SZ, read back in the same way. Its size follows the 8-bit code page.
     const int size = id.toLocal8Bit().size() + 1;
     QByteArray text = id.toUtf8();
     while (text.size() < size)
         text.append('\0');
-    // The platform may lengthen a REG_SZ of an odd size when a zero byte follows it in memory.
+    // Windows may lengthen a REG_SZ of an odd size when a zero byte follows it in memory.
     text.append('\xff');
     return static_cast<int>(writeValue(printer, cloudIdValue, REG_SZ, text.constData(), size));
 }
@@ -114,7 +114,7 @@ bool CPrinter::GetCloudPrinterId(const QString &name, QString &id)
             {"283_CPrinter GetPrinterData error is %lu, need is %lu", "292_CPrinter GetPrinterData error is %lu"},
             text))
         return false;
-    // The platform may have given more bytes than the text has, or no terminator.
+    // Windows may have returned more bytes than the text has, or no terminator.
     id = QString::fromUtf8(text.constData(), static_cast<int>(qstrnlen(text.constData(), uint(text.size()))));
     qDebug() << "299_CPrinter GetCloudPrinterId result:" << id;
     return true;

@@ -32,7 +32,7 @@ OpenedService openService(CPrinter &printer, const QString &name, DWORD access)
     if (!manager)
         return {};
     const SC_HANDLE service = printer.QOpenService(manager, name, access);
-    // A service that does not open takes the manager's handle with it.
+    // QOpenService has closed the manager on failure.
     if (!service)
         return {};
     return {ServiceHandle(manager), ServiceHandle(service)};

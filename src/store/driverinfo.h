@@ -3,8 +3,8 @@
 #include <QMetaType>
 #include <QString>
 
-/// What the program knows of one cloud printer. A plain value; registered with the meta-type system as "DriverInfo" at
-/// start-up so that it crosses threads in queued signals.
+/// The record of one cloud printer. A plain value, registered as meta-type "DriverInfo" at start-up so that queued
+/// signals can carry it between threads.
 struct DriverInfo
 {
     QString printerName; ///< name of the spooler queue; the key of the printer's row in the store

@@ -15,8 +15,7 @@ bool isSame(const QString &one, const QString &other)
     return one.compare(other, Qt::CaseInsensitive) == 0;
 }
 
-/// The first number whose port no printer uses. A port without a printer counts as free: the numbers go by the
-/// printers.
+/// The first number whose port no printer uses. A port without a printer counts as free.
 int freeNumber(const QList<Queue> &queues)
 {
     const auto isUsed = [&](const QString &portName) {
@@ -40,7 +39,7 @@ bool isKnown(CPrinter &spooler, const QList<Queue> &queues, const DriverInfo &in
     return false;
 }
 
-/// The set-up entry point takes a path in the platform's own form only.
+/// The set-up entry point needs a path with backslashes.
 QString infPath()
 {
     return QCoreApplication::applicationDirPath().replace(QLatin1Char('/'), QLatin1Char('\\')) +
@@ -67,7 +66,7 @@ void AddPrinterThread::run()
         emit addResult(true, QStringLiteral("添加打印机成功"), m_info);
     else
         emit addResult(false, failure, m_info);
-    // The set-up process: left to the end of the thread, it would go when the thread's members may be gone already.
+    // Run deferred deletes (the set-up process) now: at thread exit `this` may already be destroyed.
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 
@@ -110,7 +109,7 @@ QString AddPrinterThread::providePort(const QString &portName, quint16 portNumbe
     QList<Port> ports;
     m_printer.EnumLocalPorts(ports);
     for (const Port &port : qAsConst(ports)) {
-        // Intended: a port that is left over is used as it stands, wherever it points.
+        // A leftover port is intentionally used as it is, wherever it points.
         if (isSame(port.name, portName))
             return QString();
     }
@@ -139,7 +138,7 @@ QString AddPrinterThread::installQueue(const QString &portName)
         qDebug("118_AddPrinterThread addCloudPrinter failed");
         return QStringLiteral("安装驱动失败");
     }
-    // The set-up does not tell whether it succeeded; an installed driver has a version.
+    // The set-up does not report whether it succeeded; an installed driver has a version.
     if (m_printer.GetDriverVersion(CloudPrinter::driverName).isEmpty()) {
         qDebug("125_AddPrinterThread GetDriverVersion failed");
         return QStringLiteral("安装驱动失败");

@@ -5,15 +5,14 @@
 #include "store/driverinfo.h"
 #include "spooler/cprinter.h"
 
-/// Makes one cloud printer in the spooler: port, driver, queue and printer data. Created, and deleted through
-/// finished(), by the interface thread; start it once. A step that fails ends the work, and what the earlier steps made
-/// stays.
+/// Creates one cloud printer in the spooler: port, driver, queue and printer data. The interface thread creates it,
+/// starts it once and deletes it through finished(). A step that fails ends the work without a rollback.
 class AddPrinterThread : public QThread
 {
     Q_OBJECT
 
 public:
-    /// Of the record only the printer's name and the cloud serial are read.
+    /// Only the printer's name and the cloud serial of the record are read.
     explicit AddPrinterThread(const DriverInfo &info, QObject *parent = nullptr);
     ~AddPrinterThread() override;
 
@@ -30,7 +29,7 @@ protected:
     void run() override;
 
 private:
-    /// The steps. Each gives the message of its failure, or an empty text.
+    /// The steps. Each returns the message of its failure, or an empty text.
     QString addPrinter();
     QString providePort(const QString &portName, quint16 portNumber);
     QString installQueue(const QString &portName);

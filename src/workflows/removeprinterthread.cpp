@@ -18,7 +18,7 @@ RemovePrinterThread::Outcome RemovePrinterThread::removePrinter()
 {
     if (!m_printer.RemovePrinter(m_info.printerName))
         return {false, QStringLiteral("删除打印机失败")};
-    // The message speaks of the driver although only the queue is gone. That is intended.
+    // The message intentionally names the driver although only the queue was deleted.
     if (!m_removeDriver)
         return {true, QStringLiteral("删除打印机驱动成功")};
     if (isDriverInUse())
@@ -41,7 +41,7 @@ bool RemovePrinterThread::isDriverInUse()
 
 RemovePrinterThread::Outcome RemovePrinterThread::removeDriverAndPackages()
 {
-    // The map names every environment; one without an INF path does not have the driver.
+    // The map has every environment; the driver is not installed in one without an INF path.
     QMap<QString, QString> packages = m_printer.GetDriverInfPaths(m_info.driverName);
     for (auto package = packages.begin(); package != packages.end();)
         package = package.value().isEmpty() ? packages.erase(package) : package + 1;

@@ -5,9 +5,9 @@
 #include "store/driverinfo.h"
 #include "spooler/cprinter.h"
 
-/// Deletes the queue of one cloud printer and, where asked to, the driver and its packages unless another printer uses
-/// them. The printer's port stays: a later add uses it again. Created, and deleted through finished(), by the interface
-/// thread; set the options before it starts, and start it once. Nothing is rolled back.
+/// Deletes the queue of one cloud printer and, if requested, the driver and its packages unless another printer uses
+/// them. The printer's port stays for a later add. The interface thread creates it, sets its options, starts it once
+/// and deletes it through finished(). Nothing is rolled back.
 class RemovePrinterThread : public QThread
 {
     Q_OBJECT
@@ -15,11 +15,11 @@ class RemovePrinterThread : public QThread
 public:
     explicit RemovePrinterThread(const DriverInfo &info, QObject *parent = nullptr);
 
-    /// Whether the driver goes with the queue. Off at first.
+    /// Whether the driver is removed with the queue. Off by default.
     bool removeDriver() const { return m_removeDriver; }
     void setRemoveDriver(bool remove) { m_removeDriver = remove; }
 
-    /// Whether the driver's packages go with the driver. Off at first.
+    /// Whether the driver's packages are removed with the driver. Off by default.
     bool removeDriverPackage() const { return m_removeDriverPackage; }
     void setRemoveDriverPackage(bool remove) { m_removeDriverPackage = remove; }
 

@@ -21,7 +21,7 @@ const QByteArray series = "[Manufacturer]\n%Orvo%=Orvo,NTamd64\n[Orvo]\n"
 
 } // namespace
 
-/// Taking packages and whole series of drivers out of the system. Single drivers go with their printers.
+/// The removal of packages and of whole series of drivers.
 class DriverRemovalTest : public QObject
 {
     Q_OBJECT
@@ -81,7 +81,7 @@ private slots:
         QTest::addColumn<int>("skip");
         QTest::addColumn<int>("queuesLeft");
         QTest::addColumn<int>("driversLeft");
-        QTest::newRow("all goes well") << QByteArray() << 0 << 1 << 1;
+        QTest::newRow("no failure") << QByteArray() << 0 << 1 << 1;
         QTest::newRow("second queue") << QByteArray("DeletePrinter") << 1 << 2 << 4;
         QTest::newRow("second environment") << QByteArray("DeletePrinterDriverExW") << 1 << 1 << 3;
         QTest::newRow("second driver") << QByteArray("DeletePrinterDriverExW") << 2 << 1 << 2;
@@ -111,7 +111,7 @@ private slots:
         QTEST(machineContent().filter("queue ").size(), "queuesLeft");
         QTEST(machineContent().filter("driver ").size(), "driversLeft");
         QVERIFY(machineContent().contains("queue other P1 Other - -"));
-        // Only the package of the driver that came last goes.
+        // Only the package of the last driver is removed.
         QCOMPARE(Win32Emulator::driverPackages().size(), size_t(failing.isEmpty() ? 3 : 4));
         if (failing.isEmpty())
             QVERIFY(argumentsOf("DeletePrinterDriverPackageW").first().startsWith("420.inf environment=Windows x64"));

@@ -19,7 +19,7 @@ QString libraryPath()
     return QCoreApplication::applicationDirPath() + "/Quaylink.dll";
 }
 
-/// Calls one wrapper and tells whether it gave the result of a missing library.
+/// Calls one wrapper. True if it returned the result for a missing library.
 using Wrapper = bool (*)(CPrinter &);
 
 struct WrapperCase
@@ -52,8 +52,7 @@ const WrapperCase wrappers[] = {
 
 } // namespace
 
-/// The binding of the helper library where the library is not as it should be. A library that was loaded may stay in
-/// the process, so the missing one is tested first and the right one last.
+/// The binding of a helper library that is missing, incomplete or slow.
 class HelperLibraryTest : public QObject
 {
     Q_OBJECT
@@ -81,7 +80,7 @@ private slots:
         QCOMPARE(Win32Emulator::ports().size(), size_t(1));
     }
 
-    /// Threads bind the library side by side: one that unloads it does not unmap it for another.
+    /// A thread that unloads the library does not unmap it for another one.
     void threadsShareTheLibrary()
     {
         constexpr int calls = 200;

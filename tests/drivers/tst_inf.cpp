@@ -122,7 +122,7 @@ private slots:
             timer.start();
             QCOMPARE(CPrinter().GetInfVersion(file.fileName()), QString());
             QCOMPARE(CPrinter().GetInfDrivers(file.fileName()), QSet<QString>());
-            QVERIFY2(timer.elapsed() < 10000, "reading each byte anew for each line would take minutes");
+            QVERIFY2(timer.elapsed() < 10000, "reading each byte again for each line would take minutes");
         }
     }
 
@@ -164,7 +164,7 @@ private slots:
         QCOMPARE(printer.GetDriverInfPath(model, EnvX64), QString());
         QCOMPARE(log.lines().last(), QString("631_CPrinter RegOpenKeyEx error code: 2"));
 
-        // The size told to the platform has room for 129 characters and the terminator.
+        // The size passed has room for 129 characters and the terminator.
         const std::string longest(129, 'v');
         Win32Emulator::installDriver({"Orvo OX-410T", "Windows x64", longest, longest + 'v'});
         QCOMPARE(printer.GetDriverVersion(model), QString(129, 'v'));

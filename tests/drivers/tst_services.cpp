@@ -75,7 +75,7 @@ private slots:
         row("runs again", {{running}, {stopping, 0, 100}, {running}, {stopped}}, {}, success, 2, "100 500");
         row("never stops", {{running}, {stopping, 0, 14500}}, {}, timeout, 1, "14500 500 14500 500 14500 500");
         row("stopped already", {{stopped}}, {}, "813_CPrinter Service is already stopped.", 0, "");
-        // Someone else has told the service to stop.
+        // Someone else requested the stop.
         row("foreign stop", {{stopping, 0, 700}, {stopped}}, {}, "838_CPrinter Service stopped successfully.", 0,
             "700");
         row("endless foreign stop", {{stopping, 0, 15000}}, {}, "845_CPrinter Service stop timed out.", 0,
@@ -134,7 +134,7 @@ private slots:
 
     void stopEndsWithTheProgram()
     {
-        // A service that never reports a stop would be told for ever.
+        // A service that never reports a stop would get the control forever.
         Win32Emulator::scriptService("Spooler", Script(10000, {running}));
         bool result = true;
         QThread *thread = QThread::create([&] { result = CPrinter().StopSvc("Spooler"); });
@@ -164,7 +164,7 @@ private slots:
         QCOMPARE(Win32Emulator::serviceState("Spooler"), running);
         QVERIFY(RunningThreads::endAll(5000));
         QVERIFY(log.contains("899_CPrinter Service stopped successfully"));
-        QVERIFY2(Win32Emulator::calls("ControlService").size() == 1, "nothing new is begun at the end");
+        QVERIFY2(Win32Emulator::calls("ControlService").size() == 1, "no second stop at the end");
     }
 
     void startWaitsForAStop()

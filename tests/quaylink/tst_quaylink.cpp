@@ -71,7 +71,7 @@ private slots:
         const QString name(63, 'p');
         const QString address(48, 'h');
         QCOMPARE(m_add(wide(name), wide(address), 1), 0);
-        // The buffer has the agreed size; what lies behind it must stay.
+        // The buffer has the agreed size; nothing may be written beyond it.
         WCHAR buffer[Quaylink::hostCapacity + 8];
         std::fill(std::begin(buffer), std::end(buffer), WCHAR('#'));
         DWORD number = 0;

@@ -19,7 +19,7 @@ const std::string serialBytes = std::string("0123456789ABCDEF") + '\0';
 constexpr unsigned regSz = 1;
 constexpr unsigned regBinary = 3;
 
-/// What fails, when the platform call does.
+/// An operation that fails with its Win32 call.
 using Operation = bool (*)(CPrinter &);
 
 bool getId(CPrinter &printer)
@@ -117,7 +117,7 @@ private slots:
         const QByteArray digits = "0123456789ABCDEF";
         QTest::newRow("as written") << digits + '\0' << QByteArray("\xa5\x1f") << 0x1fa5;
         QTest::newRow("no terminator, one byte") << digits << QByteArray("\x21") << 0x21;
-        QTest::newRow("grown by the platform")
+        QTest::newRow("lengthened by Windows")
             << digits + QByteArray("\0\n\0", 3) << QByteArray("\x01\x02\x03") << 0x0201;
     }
 
@@ -149,7 +149,7 @@ private slots:
         QCOMPARE(calls.filter("0xf000c", Qt::CaseInsensitive).size(), 3);
     }
 
-    /// Each platform call that an operation makes fails once; the operation says so and leaves no handle open.
+    /// Each Win32 call of an operation fails once; the operation reports it and leaves no handle open.
     void failsStepByStep_data()
     {
         QTest::addColumn<Operation>("operation");
@@ -249,7 +249,7 @@ private slots:
         QVERIFY(!removed);
     }
 
-    /// A queue that is added between the query for the size and the reading is no reason to find none.
+    /// A queue added between the size query and the reading does not make the list fail.
     void queuesAreAddedWhileTheyAreRead()
     {
         Win32Emulator::beforeCall("EnumPrintersW", [] {
@@ -259,7 +259,7 @@ private slots:
         QVERIFY(CPrinter().EnumLocalPrinters(queues));
         QCOMPARE(queues.size(), 2);
 
-        // It is not read for ever.
+        // The attempts are limited.
         Win32Emulator::failCalls("EnumPrintersW", ERROR_INSUFFICIENT_BUFFER, 0, 100);
         QVERIFY(!CPrinter().EnumLocalPrinters(queues));
     }

@@ -65,11 +65,12 @@ private slots:
         row("queue only", QueueOnly, {}, "删除打印机驱动成功", drivers);
         row("queue does not open", QueueOnly, {"OpenPrinterW", 5}, "删除打印机失败", everything);
         row("queue refuses", WithPackage, {"DeletePrinter", 5}, "删除打印机失败", everything);
-        row("driver goes", WithDriver, {}, "删除打印机驱动成功", packages);
-        row("driver goes at last", WithDriver, {"DeletePrinterDriverExW", 3001}, "删除打印机驱动成功", packages);
+        row("driver removed", WithDriver, {}, "删除打印机驱动成功", packages);
+        row("driver removed at the second attempt", WithDriver, {"DeletePrinterDriverExW", 3001}, "删除打印机驱动成功",
+            packages);
         row("driver stays", WithPackage, {"DeletePrinterDriverExW", 3001, 2}, "删除打印机驱动失败", drivers);
         row("no environment", WithDriver, {"RegOpenKeyExW", 2, 3}, "查找驱动环境失败", drivers);
-        row("package goes", WithPackage, {}, "删除打印机驱动包成功", {port});
+        row("package removed", WithPackage, {}, "删除打印机驱动包成功", {port});
         row("package stays", WithPackage, {"DeletePrinterDriverPackageW", 5}, "删除打印机驱动包失败", packages);
     }
 
