@@ -1,6 +1,5 @@
 #include "capture/printerserver.h"
 
-#include "base/descriptors.h"
 #include "base/runningthreads.h"
 #include "capture/printerthread.h"
 #include "capture/relaylink.h"
@@ -10,16 +9,14 @@
 #include <QTcpSocket>
 
 #include <algorithm>
+#include <chrono>
+
+using namespace std::chrono_literals;
 
 namespace {
 
-constexpr int busyRetryInterval = 1000; // ms
-constexpr int acceptPause = 1000;       // ms
-/// What a job takes until its end, for the relay's thread, the connections to the cloud and the files, and some more
-/// for connections that come meanwhile.
-constexpr int descriptorsOfJob = 12;
-
-int busyServers = 0;
+constexpr auto busyRetryInterval = 1s;
+constexpr auto acceptPause = 1s;
 
 } // namespace
 
@@ -40,7 +37,6 @@ PrinterServer::~PrinterServer()
     qDebug() << "18_PrinterServer destruct";
     closePending();
     m_link->detach();
-    busyServers -= m_busy;
 }
 
 void PrinterServer::stopListening(QList<PrinterServer *> &servers, const DriverInfo &removed)
@@ -55,7 +51,6 @@ void PrinterServer::stopListening(QList<PrinterServer *> &servers, const DriverI
 void PrinterServer::on_PortBusy(bool isbusy)
 {
     qDebug() << "51_PrinterServer PortBusy:" << isbusy;
-    busyServers += int(isbusy) - int(m_busy);
     m_busy = isbusy;
 }
 
@@ -70,44 +65,32 @@ void PrinterServer::incomingConnection(qintptr handle)
     closePending();
     m_pendingDescriptor = handle;
     qDebug() << "24_PrinterServer incomingConnection" << handle << ";port_busy=" << m_busy;
-    if (mayRelay())
-        startRelay();
-    else
+    if (m_busy)
         m_busyTimer.start();
+    else
+        startRelay();
 }
 
 void PrinterServer::on_BusyTimeout()
 {
     qDebug() << "57_PrinterServer on_BusyTimeout:" << m_pendingDescriptor;
-    if (!mayRelay())
+    if (m_busy)
         return;
     m_busyTimer.stop();
     startRelay();
 }
 
-/// The framework ends the process when it finds no descriptor for a new thread, so a connection waits until there are
-/// enough for its job. The other printers' jobs may not have taken theirs yet.
-bool PrinterServer::mayRelay() const
-{
-    if (m_busy)
-        return false;
-    if (descriptorsAreLeft(descriptorsOfJob * (busyServers + 1)))
-        return true;
-    qWarning() << "PrinterServer: too few descriptors are left for a relay";
-    return false;
-}
-
 void PrinterServer::startRelay()
 {
     auto *thread = new PrinterThread(m_pendingDescriptor, m_info, currentJobLabel(), m_link->jobLock());
-    // Without a receiver the function runs on the relay thread, and keeps the link for as long as the thread is there.
+    // Without a receiver the function runs on the relay thread, and keeps the link as long as the thread exists.
     connect(thread, &PrinterThread::cloudResult,
             [link = m_link](QNetworkReply::NetworkError error, const QJsonDocument &jd) { link->deliver(error, jd); });
     emit portBusy(true);
     RunningThreads::start(thread);
 }
 
-/// Closes the connection that waits, if one does: a later one takes its place, or nobody will serve it.
+/// Closes the waiting connection, if there is one: a later one replaces it, or nobody will serve it.
 void PrinterServer::closePending()
 {
     if (!m_busyTimer.isActive())
@@ -118,7 +101,7 @@ void PrinterServer::closePending()
         socket.abort();
 }
 
-/// Out of descriptors, say: the base class has stopped accepting and would never begin again.
+/// After an accept error, out of descriptors for example, QTcpServer stays paused until it is resumed.
 void PrinterServer::resumeLater()
 {
     QTimer::singleShot(acceptPause, this, [this] {

@@ -12,9 +12,9 @@
 class RelayLink;
 
 /// Listens for the print jobs of one cloud printer: its spooler queue prints to a TCP port on 127.0.0.1, one connection
-/// a job. Each connection gets a PrinterThread. While a job is in flight, or too few descriptors are left for one, a
-/// connection is kept waiting; that single slot holds the latest one only, which is intended. Main thread, but for
-/// cloudResule. The creator listens.
+/// per job. Each connection gets a PrinterThread. While a job is in flight a connection waits; this single slot holds
+/// only the latest one, and a replaced connection is closed unread. Lives on the main thread; cloudResule is emitted on
+/// the relay thread. The owner calls listen().
 class PrinterServer : public QTcpServer
 {
     Q_OBJECT
@@ -36,20 +36,19 @@ signals:
     void portBusy(bool isbusy);
 
 public slots:
-    /// Set by this server when a relay begins, cleared by the printer's card when the job has come to its end.
+    /// Set by this server when a relay begins, cleared by the printer's card when the job has ended.
     void on_PortBusy(bool isbusy);
 
     /// Later jobs carry the new name and serial.
     void onDriverInfoChanged(const DriverInfo &info);
 
-    /// Looks whether the waiting connection can be served.
+    /// Serves the waiting connection if the printer is free.
     void on_BusyTimeout();
 
 protected:
     void incomingConnection(qintptr handle) override;
 
 private:
-    bool mayRelay() const;
     void startRelay();
     void closePending();
     void resumeLater();

@@ -1,6 +1,5 @@
 #include "capture/printerthread.h"
 
-#include "base/processor.h"
 #include "cloud/baseaddress.h"
 #include "cloud/cloud.h"
 #include "cloud/protocol.h"
@@ -108,8 +107,6 @@ void PrinterThread::submit(const QTcpSocket &socket)
     m_jobLock->lock();
     qDebug() << "59_PrinterThread" << QThread::currentThread()
              << QStringLiteral("%1, port: %2 disconnect").arg(m_info.printerName, QString::number(socket.localPort()));
-    // The framework's own thread sends the body and is handed it from here in thousands of pieces.
-    stayOnThisProcessor();
     const int jobSize = m_jobData.size();
     const bool posted = !isInterruptionRequested() && m_cloud->post(std::move(m_jobData), jobSize, m_jobLabel);
     if (posted) {

@@ -1,5 +1,5 @@
 // What comes in on the ports of the real program besides print jobs: connections that stay, that are broken off, that
-// come by the thousand, and more of them than it has descriptors for.
+// come by the thousand.
 
 #include "support/installation.h"
 
@@ -60,15 +60,12 @@ private slots:
     void comeFromThisMachineOnly();
     void stay();
     void areRubbish();
-    void useUpTheDescriptors_data();
-    void useUpTheDescriptors();
 
 private:
     Connection open(int printer, const QByteArray &bytes = {}) const;
     void expectOutcomes(const QVector<int> &busy);
     int logged(const QString &text) { return m_installation->folder().log().count(text); }
     int entries(const QString &folder) const;
-    void limitDescriptors(int left) const;
 
     std::unique_ptr<Installation> m_installation;
     QProcess *m_program = nullptr;
@@ -206,40 +203,6 @@ void ConnectionsTest::areRubbish()
         const QString outcome = QString(";打印成功;%1;").arg(rubbish.bytes.size());
         QVERIFY2(rubbish.isReset || m_installation->hasRecord(printer, outcome), rubbish.name);
     }
-    expectOutcomes({0, 1, 2, 3, 4, 5});
-}
-
-/// Leaves the program so many descriptors that it can still open.
-void ConnectionsTest::limitDescriptors(int left) const
-{
-    const QDir open(QString("/proc/%1/fd").arg(m_program->processId()));
-    rlim_t number = 0;
-    for (int unused = 0; unused < left || open.exists(QString::number(number)); ++number)
-        unused += !open.exists(QString::number(number));
-    rlimit limit{};
-    const auto program = pid_t(m_program->processId());
-    prlimit(program, RLIMIT_NOFILE, nullptr, &limit);
-    limit.rlim_cur = number;
-    QCOMPARE(prlimit(program, RLIMIT_NOFILE, &limit, nullptr), 0);
-}
-
-void ConnectionsTest::useUpTheDescriptors_data()
-{
-    QTest::addColumn<int>("left");
-    for (const int left : {0, 1, 2, 4, 8, 16, 32, 64})
-        QTest::addRow("%d left", left) << left;
-}
-
-void ConnectionsTest::useUpTheDescriptors()
-{
-    QFETCH(int, left);
-    limitDescriptors(left);
-    for (int i = 0; i < 20; ++i)
-        for (int printer = 0; printer < printers; ++printer)
-            open(printer)->disconnectFromHost();
-    QTest::qWait(1500); // as long as a result is first asked for, which takes descriptors, too
-    QCOMPARE(m_program->state(), QProcess::Running);
-    limitDescriptors(1000);
     expectOutcomes({0, 1, 2, 3, 4, 5});
 }
 
