@@ -20,9 +20,10 @@ constexpr auto acceptPause = 1s;
 
 } // namespace
 
-PrinterServer::PrinterServer(const DriverInfo &info, QObject *parent)
+PrinterServer::PrinterServer(const DriverInfo &info, QObject *parent, qint64 bodyLimit)
     : QTcpServer(parent)
     , m_info(info)
+    , m_bodyLimit(bodyLimit)
     , m_link(new RelayLink(this))
     , m_busyTimer(this)
 {
@@ -82,12 +83,18 @@ void PrinterServer::on_BusyTimeout()
 
 void PrinterServer::startRelay()
 {
-    auto *thread = new PrinterThread(m_pendingDescriptor, m_info, currentJobLabel(), m_link->jobLock());
+    auto *thread = new PrinterThread(m_pendingDescriptor, m_info, currentJobLabel(), m_link->jobLock(), m_bodyLimit);
     // Without a receiver the function runs on the relay thread, and keeps the link as long as the thread exists.
     connect(thread, &PrinterThread::cloudResult,
             [link = m_link](QNetworkReply::NetworkError error, const QJsonDocument &jd) { link->deliver(error, jd); });
     emit portBusy(true);
     RunningThreads::start(thread);
+    if (thread->isRunning() || thread->isFinished())
+        return;
+    qWarning() << "PrinterServer: no thread for a relay, trying again";
+    delete thread;
+    on_PortBusy(false);
+    m_busyTimer.start();
 }
 
 /// Closes the waiting connection, if there is one: a later one replaces it, or nobody will serve it.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cloud/protocol.h"
 #include "store/driverinfo.h"
 
 #include <QJsonDocument>
@@ -20,7 +21,9 @@ class PrinterServer : public QTcpServer
     Q_OBJECT
 
 public:
-    explicit PrinterServer(const DriverInfo &info, QObject *parent = nullptr);
+    /// A job whose submission body would exceed `bodyLimit` bytes is not posted but reported as too large.
+    explicit PrinterServer(const DriverInfo &info, QObject *parent = nullptr,
+                           qint64 bodyLimit = CloudProtocol::largestBody);
     ~PrinterServer() override;
 
     const DriverInfo &info() const { return m_info; }
@@ -55,6 +58,7 @@ private:
     QString currentJobLabel() const;
 
     DriverInfo m_info;
+    const qint64 m_bodyLimit;
     QSharedPointer<RelayLink> m_link;
     QTimer m_busyTimer; // runs while a connection waits
     bool m_busy = false;

@@ -2,6 +2,7 @@
 
 #include "cloud/baseaddress.h"
 #include "cloud/cloud.h"
+#include "cloud/jobmemory.h"
 #include "cloud/protocol.h"
 
 #include <QCoreApplication>
@@ -12,19 +13,26 @@
 #include <QTimer>
 #include <QUrl>
 
+#include <algorithm>
+#include <chrono>
+#include <new>
 #include <utility>
 
+using namespace std::chrono_literals;
+
 namespace {
-constexpr int connectionTimeout = 30000; // ms that the spooler may keep a connection open
-constexpr int answerTimeout = 15000;     // ms that the cloud may take for its answer
-constexpr int interruptionCheck = 100;   // ms
+constexpr auto connectionTimeout = 30s; // for the spooler to close its connection
+constexpr auto answerTimeout = 15s;     // for the cloud's answer
+constexpr std::chrono::milliseconds interruptionCheck = 100ms;
+constexpr qint64 readBufferSize = 1024 * 1024; // bytes that Qt holds before they are read
 } // namespace
 
 PrinterThread::PrinterThread(qintptr socketDescriptor, const DriverInfo &info, const QString &jobLabel, QMutex *jobLock,
-                             QObject *parent)
+                             qint64 bodyLimit, QObject *parent)
     : QThread(parent)
     , m_socketDescriptor(socketDescriptor)
     , m_info(info)
+    , m_largestJob(CloudProtocol::largestJob(info.cloudSn, bodyLimit))
     , m_jobLabel(jobLabel)
     , m_jobLock(jobLock)
 {
@@ -40,7 +48,7 @@ PrinterThread::~PrinterThread()
 void PrinterThread::run()
 {
     relay();
-    // Left to the end of the thread, these would go when its members may be gone already.
+    // Run deferred deletes now: at thread exit `this` may already be destroyed.
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 
@@ -75,31 +83,71 @@ void PrinterThread::relay()
 
 void PrinterThread::collect(QTcpSocket &socket)
 {
+    socket.setReadBufferSize(readBufferSize);
     connect(
         &socket, &QTcpSocket::readyRead, this, [this, &socket] { read(socket); }, Qt::DirectConnection);
-    // A connection that is reset also ends in disconnected(): what was read until then is submitted.
+    // A connection that is reset also emits disconnected(): what was read until then is submitted.
     const auto submission = connect(
         &socket, &QTcpSocket::disconnected, this, [this, &socket] { submit(socket); }, Qt::DirectConnection);
 
     // One wait in slices, so that the end of the program is not held up by a spooler that keeps its connection.
     const QDeadlineTimer deadline(connectionTimeout);
     while (socket.state() != QAbstractSocket::UnconnectedState && !deadline.hasExpired() && !isInterruptionRequested())
-        socket.waitForDisconnected(static_cast<int>(qMin<qint64>(interruptionCheck, deadline.remainingTime())));
+        receive(socket, std::min<qint64>(interruptionCheck.count(), deadline.remainingTime()));
 
-    // What is still open now is closed by the deletion of the socket and must not be submitted by that.
+    // Disconnect first: deleting an open socket emits disconnected(), which would submit the job.
     disconnect(submission);
-    if (socket.state() != QAbstractSocket::UnconnectedState)
+    if (socket.state() == QAbstractSocket::UnconnectedState)
+        return;
+    if (m_refusal)
+        submit(socket); // frees the printer, however long the connection is
+    else
         m_cloud->deleteLater();
 }
 
-/// Straight to the end of the job: readAll() would copy every byte once more.
+void PrinterThread::receive(QTcpSocket &socket, qint64 milliseconds)
+{
+    try {
+        socket.waitForDisconnected(static_cast<int>(milliseconds));
+    } catch (const std::bad_alloc &) {
+        refuse("no memory for the connection's buffer");
+    }
+}
+
+/// Appends directly to the job: readAll() would copy every byte once more.
 void PrinterThread::read(QTcpSocket &socket)
 {
-    const int before = m_jobData.size();
-    const int available = static_cast<int>(socket.bytesAvailable());
-    m_jobData.resize(before + available);
-    const qint64 size = socket.read(m_jobData.data() + before, available);
-    m_jobData.resize(before + static_cast<int>(qMax<qint64>(size, 0)));
+    const qint64 available = socket.bytesAvailable();
+    makeRoom(m_jobSize + available);
+    if (m_refusal) {
+        m_jobSize += socket.skip(available);
+        return;
+    }
+    m_jobData.resize(static_cast<int>(m_jobSize + available));
+    m_jobSize += std::max<qint64>(socket.read(m_jobData.data() + m_jobSize, available), 0);
+    m_jobData.resize(static_cast<int>(m_jobSize));
+}
+
+void PrinterThread::makeRoom(qint64 size)
+{
+    if (m_refusal || size <= m_jobData.capacity())
+        return;
+    if (size > m_largestJob) {
+        refuse("larger than a request body may be");
+        return;
+    }
+    try {
+        reserveJobMemory(m_jobData, std::clamp(2 * qint64(m_jobData.capacity()), size, m_largestJob));
+    } catch (const std::bad_alloc &) {
+        refuse("no memory for the job");
+    }
+}
+
+/// The job will not be posted. Whatever of it is held is released now, the rest is dropped as it comes.
+void PrinterThread::refuse(const char *reason)
+{
+    m_refusal = reason;
+    m_jobData.clear();
 }
 
 void PrinterThread::submit(const QTcpSocket &socket)
@@ -107,10 +155,13 @@ void PrinterThread::submit(const QTcpSocket &socket)
     m_jobLock->lock();
     qDebug() << "59_PrinterThread" << QThread::currentThread()
              << QStringLiteral("%1, port: %2 disconnect").arg(m_info.printerName, QString::number(socket.localPort()));
-    const int jobSize = m_jobData.size();
-    const bool posted = !isInterruptionRequested() && m_cloud->post(std::move(m_jobData), jobSize, m_jobLabel);
-    if (posted) {
-        awaitAnswer();
+    if (m_refusal) {
+        m_cloud->refuse(m_jobSize, m_jobLabel, m_refusal);
+        return;
+    }
+    if (!isInterruptionRequested() && m_cloud->post(std::move(m_jobData), m_jobSize, m_jobLabel)) {
+        if (m_cloud->currentReply())
+            awaitAnswer();
         return;
     }
     qWarning() << "PrinterThread: not submitted:" << m_jobLabel;

@@ -8,6 +8,7 @@
 #include <QNetworkRequest>
 #include <QUrl>
 
+#include <new>
 #include <utility>
 
 Cloud::Cloud(const QString &address, const DriverInfo &record, QObject *parent)
@@ -24,7 +25,7 @@ Cloud::~Cloud()
     qDebug() << "17_Cloud destruct";
 }
 
-bool Cloud::post(QByteArray job, int jobSize, const QString &jobLabel)
+bool Cloud::post(QByteArray job, qint64 jobSize, const QString &jobLabel)
 {
     m_jobLabel = jobLabel;
     m_jobSize = jobSize;
@@ -33,11 +34,26 @@ bool Cloud::post(QByteArray job, int jobSize, const QString &jobLabel)
         qDebug() << tr("28_Cloud Invalid URL: %1: %2").arg(m_address, url.errorString());
         return false;
     }
-    auto *body = new JobBody(CloudProtocol::submissionBody(m_record.cloudSn, std::move(job)));
+    try {
+        job = CloudProtocol::submissionBody(m_record.cloudSn, std::move(job));
+    } catch (const std::bad_alloc &) {
+        refuse(jobSize, jobLabel, "no memory for the request body");
+        return true;
+    }
+    auto *body = new JobBody(std::move(job));
     m_reply = m_manager->post(submission(url, body->bytesAvailable()), body);
     body->setParent(m_reply);
     qDebug() << "45_Cloud request post to:" << url << ",and m_reply=" << m_reply;
     return true;
+}
+
+void Cloud::refuse(qint64 jobSize, const QString &jobLabel, const char *reason)
+{
+    qWarning() << "Cloud: not posted:" << jobLabel << "of" << jobSize << "bytes:" << reason;
+    m_jobLabel = jobLabel;
+    m_jobSize = jobSize;
+    report(QNetworkReply::UnknownContentError, QJsonDocument());
+    deleteLater();
 }
 
 QNetworkRequest Cloud::submission(const QUrl &url, qint64 bodySize) const

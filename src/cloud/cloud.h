@@ -19,12 +19,18 @@ public:
     Cloud(const QString &address, const DriverInfo &record, QObject *parent = nullptr);
     ~Cloud() override;
 
-    /// Sends the job, which is best moved here: its memory becomes the body's. `jobSize` (bytes) and `jobLabel` come
-    /// back in the result. False when the address is no URL: nothing is sent then and no signal follows.
-    bool post(QByteArray job, int jobSize, const QString &jobLabel);
+    /// Sends the job; pass it with std::move(), the buffer is reused for the body. `jobSize` (bytes) and `jobLabel`
+    /// come back in the result. A job whose body does not fit into memory is refused. False when the address is not a
+    /// URL: nothing is sent then and no signal follows.
+    bool post(QByteArray job, qint64 jobSize, const QString &jobLabel);
 
-    /// The reply of the post, null before it. It goes together with this object soon after it finished: a caller that
-    /// runs an event loop in between holds it in a QPointer. Aborting it gives OperationCanceledError as the result.
+    /// In place of post(): reports UnknownContentError at once, as when the service finds a job too large. `reason` is
+    /// for the log.
+    void refuse(qint64 jobSize, const QString &jobLabel, const char *reason);
+
+    /// The reply to the post; null before it and after a refusal. It is deleted with this object soon after it has
+    /// finished: hold it in a QPointer while an event loop runs. Aborting it gives OperationCanceledError as the
+    /// result.
     QNetworkReply *currentReply() const { return m_reply; }
 
 signals:
@@ -45,5 +51,5 @@ private:
     DriverInfo m_record;
     QString m_address;
     QString m_jobLabel;
-    int m_jobSize = 0;
+    qint64 m_jobSize = 0;
 };

@@ -2,10 +2,11 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
-JobBody::JobBody(const QByteArray &body, QObject *parent)
+JobBody::JobBody(QByteArray body, QObject *parent)
     : QIODevice(parent)
-    , m_body(body)
+    , m_body(std::move(body))
 {
     open(QIODevice::ReadOnly | QIODevice::Unbuffered);
 }
@@ -21,7 +22,7 @@ qint64 JobBody::readData(char *data, qint64 maxSize)
         return -1;
     const qint64 size = std::min<qint64>(maxSize, m_body.size() - m_position);
     std::memcpy(data, m_body.constData() + m_position, size_t(size));
-    m_position += int(size);
+    m_position += size;
     if (atEnd()) {
         m_body.clear();
         m_position = 0;

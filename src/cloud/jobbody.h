@@ -3,14 +3,14 @@
 #include <QByteArray>
 #include <QIODevice>
 
-/// The body of a job submission as the network layer reads it: once. Given a byte array, the framework sends a POST
-/// again when the connection breaks before the answer's headers are complete, and the job might be printed twice; a
-/// device that cannot go back to its beginning rules that out. The bytes are released as soon as the last was read.
+/// The body of a job submission, which can be read only once. Given a QByteArray, Qt sends a POST again when the
+/// connection breaks before the answer's headers are complete, and the job might be printed twice; a device that cannot
+/// be reset prevents that. The bytes are released as soon as the last one has been read.
 class JobBody : public QIODevice
 {
     Q_OBJECT
 public:
-    explicit JobBody(const QByteArray &body, QObject *parent = nullptr);
+    explicit JobBody(QByteArray body, QObject *parent = nullptr);
 
     bool isSequential() const override { return true; }
     bool reset() override { return false; }
@@ -23,5 +23,5 @@ protected:
 
 private:
     QByteArray m_body;
-    int m_position = 0;
+    qint64 m_position = 0;
 };

@@ -1,14 +1,18 @@
 #include "cloud/protocol.h"
 
+#include "cloud/jobmemory.h"
+
 #include <QJsonArray>
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
+#include <new>
 
 namespace {
 
 /// A multiple of three, so that only the last block is padded; small enough to stay in the processor's cache.
-constexpr int base64Block = 3 * 16 * 1024;
+constexpr qint64 base64Block = 3 * 16 * 1024; // bytes
 
 qint64 base64Size(qint64 size)
 {
@@ -17,10 +21,10 @@ qint64 base64Size(qint64 size)
 
 /// Turns the `size` bytes at `data` into base64Size(size) digits at `out`, which is not before `data` and may overlap
 /// it: works block by block from the end to the beginning.
-void encodeBase64(const char *data, int size, char *out)
+void encodeBase64(const char *data, qint64 size, char *out)
 {
-    for (int from = (size - 1) / base64Block * base64Block; size > 0; size = from, from -= base64Block) {
-        const QByteArray digits = QByteArray::fromRawData(data + from, size - from).toBase64();
+    for (qint64 from = (size - 1) / base64Block * base64Block; size > 0; size = from, from -= base64Block) {
+        const QByteArray digits = QByteArray::fromRawData(data + from, int(size - from)).toBase64();
         std::memcpy(out + base64Size(from), digits.constData(), size_t(digits.size()));
     }
 }
@@ -40,6 +44,11 @@ QByteArray emptySubmission(const QString &cloudSn)
 
 namespace CloudProtocol {
 
+qint64 largestJob(const QString &cloudSn, qint64 bodyLimit)
+{
+    return (bodyLimit - emptySubmission(cloudSn).size()) / 4 * 3;
+}
+
 QByteArray submissionBody(const QString &cloudSn, QByteArray job)
 {
     // Inside a string every quotation mark is escaped, so no serial can look like the key.
@@ -48,12 +57,11 @@ QByteArray submissionBody(const QString &cloudSn, QByteArray job)
     const int head = frame.indexOf(opening) + opening.size();
     const int tail = frame.size() - head;
 
-    const int jobSize = job.size();
+    const qint64 jobSize = job.size();
     const qint64 size = frame.size() + base64Size(jobSize);
-    if (size > std::numeric_limits<int>::max() - 64)
-        return QByteArray();
-    // A mere resize() would allocate up to twice the size.
-    job.reserve(int(size));
+    if (size > largestBody)
+        throw std::bad_alloc();
+    reserveJobMemory(job, size);
     job.resize(int(size));
     char *body = job.data();
     encodeBase64(body, jobSize, body + head);
@@ -67,11 +75,11 @@ QByteArray deviceStatusBody(const QString &cloudSn)
     return QJsonDocument(QJsonObject{{Key::dsNumber, cloudSn}}).toJson();
 }
 
-QJsonDocument submissionResult(const QJsonDocument &answer, const QString &jobLabel, int jobSize)
+QJsonDocument submissionResult(const QJsonDocument &answer, const QString &jobLabel, qint64 jobSize)
 {
     QJsonObject object = answer.object();
     object.insert(Key::jobneed, jobLabel);
-    object.insert(Key::jobSize, jobSize);
+    object.insert(Key::jobSize, static_cast<int>(std::min<qint64>(jobSize, std::numeric_limits<int>::max())));
     return QJsonDocument(object);
 }
 

@@ -7,6 +7,8 @@
 #include <QString>
 #include <QUrl>
 
+#include <limits>
+
 /// The wire format of the cloud print service: HTTP with JSON bodies, without authentication. Pure functions, callable
 /// on any thread. The HTTP status never decides anything: what counts is the network error code and the answer's JSON.
 namespace CloudProtocol {
@@ -58,19 +60,24 @@ struct JobResult
     QString journalStatus; ///< as the journal records it
 };
 
-/// Body of a job submission, byte for byte what QJsonDocument::toJson gives. Takes the job's own memory, grown by a
-/// third, where nobody else shares it. Empty for a job whose body no byte array can hold (from about 1.5 GiB on), which
-/// the service then refuses.
+/// The largest submission body, in bytes: what a QByteArray holds, with a margin for its header.
+inline constexpr qint64 largestBody = std::numeric_limits<int>::max() - 64;
+
+/// Size in bytes of the largest job whose submission body is not larger than `bodyLimit`: about three quarters of it.
+qint64 largestJob(const QString &cloudSn, qint64 bodyLimit = largestBody);
+
+/// Body of a job submission, byte for byte what QJsonDocument::toJson gives. Encodes in place if `job` is not shared
+/// (grows it by a third). Throws std::bad_alloc when there is no memory for the body, or it would exceed largestBody.
 QByteArray submissionBody(const QString &cloudSn, QByteArray job);
 
 /// Body of a device status request.
 QByteArray deviceStatusBody(const QString &cloudSn);
 
 /// What is passed on of the answer to a submission: its object, or an empty one when there is none, with the job's
-/// label and its length in bytes put into it.
-QJsonDocument submissionResult(const QJsonDocument &answer, const QString &jobLabel, int jobSize);
+/// label and its length in bytes put into it. A length beyond INT_MAX becomes INT_MAX: readers take it for an int.
+QJsonDocument submissionResult(const QJsonDocument &answer, const QString &jobLabel, qint64 jobSize);
 
-/// False for an answer that says nothing: no JSON, or an array.
+/// False if the reply is not JSON or is an array.
 bool isUsable(const QJsonDocument &answer);
 
 /// The job identifier in the answer to a submission; empty when there is none.

@@ -38,8 +38,8 @@ DriverInfo record(const QString &name, const QString &cloudSn = serial)
 class Capture
 {
 public:
-    explicit Capture(const QString &name = QStringLiteral("前台"))
-        : server(record(name))
+    explicit Capture(const QString &name = QStringLiteral("前台"), qint64 bodyLimit = CloudProtocol::largestBody)
+        : server(record(name), nullptr, bodyLimit)
     {
         server.listen(QHostAddress::LocalHost);
         QObject::connect(&server, &PrinterServer::cloudResule, &m_context,
@@ -116,6 +116,7 @@ private slots:
 
     void relaysBytes_data();
     void relaysBytes();
+    void refusesAJobThatIsTooLarge();
     void labelsTheJob();
     void keepsTheLatestWaitingConnection();
     void submitsOneJobAtATime();
@@ -175,6 +176,25 @@ void CaptureTest::relaysBytes()
     QVERIFY(jobs.first().bytes == bytes);
     QVERIFY(jobs.first().rawBody == CloudProtocol::submissionBody(serial, bytes));
     QCOMPARE(m_cloud->counts().submissions, 1);
+}
+
+void CaptureTest::refusesAJobThatIsTooLarge()
+{
+    const QByteArray largest(3000, 'x');
+    LogRecorder log;
+    Capture capture(QStringLiteral("前台"), CloudProtocol::submissionBody(serial, largest).size());
+    QList<QNetworkReply::NetworkError> expected;
+    for (const QByteArray &job : {largest, largest + 'x', QByteArray(10 * 1024 * 1024, 'x'), largest}) {
+        capture.print(job);
+        expected.append(job == largest ? QNetworkReply::NoError : QNetworkReply::UnknownContentError);
+        QTRY_COMPARE(capture.errors, expected);
+        QCOMPARE(capture.answers.last().value("jobSize").toInt(), job.size());
+        QCOMPARE(capture.label(), QString());
+        capture.free();
+    }
+    QCOMPARE(m_cloud->counts().submissions, 2);
+    QCOMPARE(log.count("Cloud: not posted:"), 2);
+    QTRY_COMPARE(log.count("17_Cloud destruct"), 4);
 }
 
 void CaptureTest::labelsTheJob()
@@ -261,7 +281,7 @@ void CaptureTest::descriptorCannotBeAdopted()
 {
     LogRecorder log;
     RelayLink link(nullptr);
-    PrinterThread thread(9999, record("前台"), "label", link.jobLock());
+    PrinterThread thread(9999, record("前台"), "label", link.jobLock(), CloudProtocol::largestBody);
     QSignalSpy error(&thread, &PrinterThread::error);
     QSignalSpy result(&thread, &PrinterThread::cloudResult);
     thread.start();
@@ -296,14 +316,17 @@ void CaptureTest::connectionStaysOpen()
     LogRecorder log;
     Capture capture;
     const auto socket = capture.open("never finished");
+    Capture limited("limited", 300);
+    const auto endless = limited.open(QByteArray(1000, 'x')); // too large already: frees the printer all the same
     QElapsedTimer timer;
     timer.start();
-    QTRY_COMPARE_WITH_TIMEOUT(log.count("92_PrinterThread"), 1, 35000);
+    QTRY_COMPARE_WITH_TIMEOUT(log.count("92_PrinterThread"), 2, 35000);
     QVERIFY(timer.elapsed() > 29500 && timer.elapsed() < 31500);
-    QTRY_VERIFY(log.contains("printComplete"));
+    QTRY_COMPARE(log.count("printComplete"), 2);
+    QTRY_COMPARE(limited.errors.value(0), QNetworkReply::UnknownContentError);
     QTRY_COMPARE(socket->state(), QAbstractSocket::UnconnectedState);
     QTest::qWait(500);
-    QCOMPARE(log.count("59_PrinterThread"), 0);
+    QCOMPARE(log.count("59_PrinterThread"), 1);
     QCOMPARE(m_cloud->counts().submissions, 0);
     QVERIFY(capture.answers.isEmpty());
 }

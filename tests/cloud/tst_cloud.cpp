@@ -72,6 +72,12 @@ private slots:
         QVERIFY(CloudProtocol::submissionBody(cloudSn, std::move(job)) == QJsonDocument(expected).toJson());
     }
 
+    void submissionResultOfAHugeJob()
+    {
+        const QJsonDocument result = CloudProtocol::submissionResult({}, label, 3'000'000'000);
+        QCOMPARE(result.object().value("jobSize").toInt(-1), std::numeric_limits<int>::max());
+    }
+
     void submission()
     {
         const QByteArray job("\0\x1b%-12345X\xff", 11);

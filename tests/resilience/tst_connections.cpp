@@ -1,16 +1,18 @@
 // What comes in on the ports of the real program besides print jobs: connections that stay, that are broken off, that
-// come by the thousand.
+// come by the thousand, and that bring more than there is memory for.
 
 #include "support/installation.h"
 
 #include <QDir>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QNetworkInterface>
 #include <QTcpSocket>
 #include <QTest>
 
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include <memory>
 #include <vector>
@@ -60,12 +62,14 @@ private slots:
     void comeFromThisMachineOnly();
     void stay();
     void areRubbish();
+    void bringMoreThanTheMemoryHolds();
 
 private:
     Connection open(int printer, const QByteArray &bytes = {}) const;
     void expectOutcomes(const QVector<int> &busy);
     int logged(const QString &text) { return m_installation->folder().log().count(text); }
     int entries(const QString &folder) const;
+    rlim_t addressSpace() const;
 
     std::unique_ptr<Installation> m_installation;
     QProcess *m_program = nullptr;
@@ -115,6 +119,15 @@ int ConnectionsTest::entries(const QString &folder) const
     return QDir(QString("/proc/%1/%2").arg(m_program->processId()).arg(folder))
         .entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot)
         .size();
+}
+
+/// What the program's process has mapped, in bytes.
+rlim_t ConnectionsTest::addressSpace() const
+{
+    QFile statm(QString("/proc/%1/statm").arg(m_program->processId()));
+    if (!statm.open(QIODevice::ReadOnly))
+        return 0;
+    return statm.readAll().split(' ').first().toULongLong() * rlim_t(sysconf(_SC_PAGESIZE));
 }
 
 void ConnectionsTest::comeFromThisMachineOnly()
@@ -203,6 +216,37 @@ void ConnectionsTest::areRubbish()
         const QString outcome = QString(";打印成功;%1;").arg(rubbish.bytes.size());
         QVERIFY2(rubbish.isReset || m_installation->hasRecord(printer, outcome), rubbish.name);
     }
+    expectOutcomes({0, 1, 2, 3, 4, 5});
+}
+
+/// Of three jobs that grow side by side none fits; the other printers' jobs, and later ones, go through.
+void ConnectionsTest::bringMoreThanTheMemoryHolds()
+{
+    constexpr rlim_t mebibyte = 1024 * 1024;
+    constexpr int pieces = 200;
+    const rlim_t mapped = addressSpace();
+    if (mapped > 1024 * 1024 * mebibyte)
+        QSKIP("A sanitizer needs the address space");
+    const rlimit limit{mapped + 260 * mebibyte, RLIM_INFINITY};
+    QCOMPARE(prlimit(pid_t(m_program->processId()), RLIMIT_AS, &limit, nullptr), 0);
+
+    const QByteArray piece(mebibyte, 'x');
+    std::vector<Connection> large;
+    for (int printer = 0; printer < 3; ++printer)
+        large.push_back(open(printer));
+    for (int sent = 0; sent < pieces; ++sent) {
+        for (const Connection &connection : large) {
+            connection->write(piece);
+            QTRY_VERIFY_WITH_TIMEOUT(connection->bytesToWrite() < 4 * piece.size(), outcomeTime);
+        }
+        if (sent == pieces / 2)
+            expectOutcomes({3, 4, 5});
+    }
+    for (const Connection &connection : large)
+        connection->disconnectFromHost();
+    const QString refused = QString("打印失败:打印文件过大;%1;").arg(pieces * mebibyte);
+    for (int printer = 0; printer < 3; ++printer)
+        QTRY_VERIFY_WITH_TIMEOUT(m_installation->hasRecord(printer, refused), outcomeTime);
     expectOutcomes({0, 1, 2, 3, 4, 5});
 }
 
