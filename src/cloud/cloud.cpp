@@ -1,10 +1,10 @@
 #include "cloud/cloud.h"
 
+#include "cloud/boundedmanager.h"
 #include "cloud/jobbody.h"
 #include "cloud/protocol.h"
 
 #include <QDebug>
-#include <QNetworkAccessManager>
 #include <QNetworkRequest>
 #include <QUrl>
 
@@ -13,7 +13,7 @@
 
 Cloud::Cloud(const QString &address, const DriverInfo &record, QObject *parent)
     : QObject(parent)
-    , m_manager(new QNetworkAccessManager(this))
+    , m_manager(new BoundedManager(this))
     , m_record(record)
     , m_address(address)
 {

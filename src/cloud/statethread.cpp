@@ -1,16 +1,17 @@
 #include "cloud/statethread.h"
 
+#include "cloud/boundedmanager.h"
 #include "cloud/protocol.h"
 
 #include <QDebug>
-#include <QNetworkAccessManager>
-#include <QNetworkRequest>
 
-StateThread::StateThread(const QString &baseAddress, const QString &veltraId, QObject *parent)
+StateThread::StateThread(const QString &baseAddress, const QString &veltraId, QObject *parent,
+                         std::chrono::milliseconds answerTimeout)
     : QObject(parent)
-    , m_manager(new QNetworkAccessManager(this))
-    , m_url(CloudProtocol::resultUrl(baseAddress, veltraId))
+    , m_manager(new BoundedManager(this))
+    , m_request(CloudProtocol::resultUrl(baseAddress, veltraId))
 {
+    m_request.setTransferTimeout(static_cast<int>(answerTimeout.count()));
     connect(m_manager, &QNetworkAccessManager::finished, this, &StateThread::cloudReceive);
 }
 
@@ -21,8 +22,8 @@ StateThread::~StateThread()
 
 void StateThread::request()
 {
-    m_reply = m_manager->get(QNetworkRequest(m_url));
-    qDebug() << "25_StateThread 查询打印状态" << m_url << m_reply;
+    m_reply = m_manager->get(m_request);
+    qDebug() << "25_StateThread 查询打印状态" << m_request.url() << m_reply;
 }
 
 void StateThread::cloudReceive(QNetworkReply *reply)

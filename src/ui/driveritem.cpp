@@ -33,6 +33,7 @@ constexpr int refreshSize = 18;
 constexpr int deviceSpinnerSize = 18;
 constexpr int nameLength = 10;
 constexpr int serialLength = 16;
+constexpr int unansweredLimit = 6; // device requests
 constexpr auto resultInterval = 1s;
 constexpr auto firstDeviceInterval = 5s;
 constexpr auto offlineDeviceInterval = 10s;
@@ -171,9 +172,13 @@ void DriverItem::prepareDeviceRequest()
     connect(&m_network, &QNetworkAccessManager::finished, this, &DriverItem::devStateReceive);
 }
 
+/// A cloud that accepts requests and never answers must not collect them without end: the oldest is given up.
 QNetworkReply *DriverItem::requestDeviceState()
 {
-    return m_network.post(m_deviceRequest, CloudProtocol::deviceStatusBody(m_info.cloudSn));
+    if (m_deviceReplies.size() == unansweredLimit)
+        m_deviceReplies.takeFirst()->abort();
+    m_deviceReplies.append(m_network.post(m_deviceRequest, CloudProtocol::deviceStatusBody(m_info.cloudSn)));
+    return m_deviceReplies.last();
 }
 
 void DriverItem::onStateClicked(bool)
@@ -195,6 +200,10 @@ void DriverItem::on_DevStateTimeout()
 
 void DriverItem::devStateReceive(QNetworkReply *reply)
 {
+    reply->deleteLater();
+    // One that was given up says nothing of the device; a newer request is on its way.
+    if (!m_deviceReplies.removeOne(reply))
+        return;
     if (reply->error() == QNetworkReply::NoError) {
         const QJsonObject answer = QJsonDocument::fromJson(reply->readAll()).object();
         qDebug() << answer;
@@ -216,7 +225,6 @@ void DriverItem::devStateReceive(QNetworkReply *reply)
         m_deviceField->setText(QStringLiteral("--"));
     }
     m_deviceSpinner->stopAnimation();
-    reply->deleteLater();
 }
 
 void DriverItem::onTestClicked(bool)

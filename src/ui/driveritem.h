@@ -1,9 +1,10 @@
 #pragma once
 
+#include "cloud/boundedmanager.h"
 #include "store/driverinfo.h"
 
 #include <QJsonDocument>
-#include <QNetworkAccessManager>
+#include <QList>
 #include <QNetworkReply>
 #include <QNetworkRequest>
 #include <QPointer>
@@ -116,8 +117,9 @@ private:
     StateThread *m_stateThread = nullptr;
     QTimer m_stateTimer{this};
     QTimer m_deviceTimer{this};
-    QNetworkAccessManager m_network;
+    BoundedManager m_network;
     QNetworkRequest m_deviceRequest;
+    QList<QNetworkReply *> m_deviceReplies; // unanswered, oldest first
 
     QLineEdit *m_nameField = nullptr;
     QLineEdit *m_serialField = nullptr;

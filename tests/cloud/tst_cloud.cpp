@@ -12,6 +12,9 @@
 #include <QTcpSocket>
 #include <QtTest>
 
+#include <chrono>
+#include <limits>
+
 namespace {
 
 constexpr int timeoutMs = 20000;
@@ -93,6 +96,7 @@ private slots:
         const QByteArray request = peer.requests().value(0);
         QVERIFY(request.startsWith("POST /v1.1/transparentPrinting HTTP/1.1\r\n"));
         QVERIFY(request.contains("\r\nContent-Type: application/json;charset=UTF-8\r\n"));
+        QVERIFY(request.contains("\r\nAccept-Encoding: identity\r\n")); // Qt does not unpack the answer
         QCOMPARE(request.mid(request.indexOf("\r\n\r\n") + 4), CloudProtocol::submissionBody(record.cloudSn, job));
     }
 
@@ -145,6 +149,17 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(results.size(), 1, timeoutMs);
         QVERIFY(peer.requests().value(0).startsWith("GET /v1.1/printResult?veltraId=a/b?c=1&d%2F HTTP/1.1\r\n"));
         QTRY_VERIFY(!poller.findChild<QNetworkReply *>());
+    }
+
+    void resultIsNotAwaitedForever()
+    {
+        qRegisterMetaType<QNetworkReply::NetworkError>();
+        RawHttpPeer peer({PeerAnswer::silence()});
+        StateThread poller(peer.baseAddress(), QStringLiteral("V1"), nullptr, std::chrono::milliseconds(300));
+        QSignalSpy results(&poller, &StateThread::stateResule);
+        poller.request();
+        QTRY_COMPARE_WITH_TIMEOUT(results.size(), 1, 5000);
+        QCOMPARE(results.first().first().value<QNetworkReply::NetworkError>(), QNetworkReply::OperationCanceledError);
     }
 
 private:

@@ -33,6 +33,14 @@ inline PeerAnswer status(const QByteArray &text)
     return PeerAnswer::ok("{\"data\":{\"0123456789ABCDEF\":\"" + text + "\"}}");
 }
 
+constexpr int largestAnswer = 1024 * 1024; // bytes that the program reads
+
+/// The JSON, followed by blanks up to `size` bytes.
+inline PeerAnswer padded(const QByteArray &json, int size)
+{
+    return PeerAnswer::ok(json.leftJustified(size));
+}
+
 /// Breaks the connection behind the bytes.
 inline PeerAnswer cut(const QByteArray &bytes)
 {

@@ -42,6 +42,7 @@ private slots:
     void asksForTheDeviceStateAgain();
     void refreshSpinnerStops_data();
     void refreshSpinnerStops();
+    void givesUpTheOldestDeviceRequest();
     void printsTheTestPage();
     void testPageIsTooLarge();
     void nextJobArrivesWhileAMessageIsOpen();
@@ -59,6 +60,7 @@ void CardTest::showsTheDeviceState_data()
     QTest::newRow("unknown") << QByteArray(R"({"code":1001})") << "离线";
     QTest::newRow("unknown too") << QByteArray(R"({"code":4002,"data":"16"})") << "离线";
     QTest::newRow("other code") << QByteArray(R"({"code":7,"data":"16"})") << "";
+    QTest::newRow("over 1 MiB") << R"({"code":0})" + QByteArray(1024 * 1024, ' ') << "--";
     QTest::newRow("no JSON") << QByteArray("?") << "在线"; // a missing code reads as 0
 }
 
@@ -71,7 +73,7 @@ void CardTest::showsTheDeviceState()
     QTRY_COMPARE(peer.requestCount(device), 1);
     QTRY_VERIFY(peer.requests().first().endsWith("\r\n\r\n{\n    \"dsNumber\": \"0123456789ABCDEF\"\n}\n"));
     QVERIFY(peer.requests().first().toLower().contains("content-type: application/json;charset=utf-8\r\n"));
-    QTRY_VERIFY(road.log.contains("QJsonObject("));
+    QTRY_VERIFY(road.log.contains("QJsonObject(") || road.log.contains("devStateReceive receive err: "));
     QCOMPARE(road.deviceState(), shown);
     QVERIFY(road.log.contains("oninit and postReply= "));
     road.find<QPushButton>("refreshButton")->click();
@@ -114,6 +116,26 @@ void CardTest::refreshSpinnerStops()
     QVERIFY(isTurning(road, "refreshButton"));
     QTRY_VERIFY(!isTurning(road, "refreshButton"));
     QCOMPARE(peer.requestCount(device), 2);
+}
+
+/// Seven requests without an answer: the oldest makes room for the seventh and leaves the card as it is.
+void CardTest::givesUpTheOldestDeviceRequest()
+{
+    QVector<PeerAnswer> answers(7, PeerAnswer::silence());
+    answers.append(online);
+    RawHttpPeer peer(RawHttpPeer::Scripts{{device, answers}});
+    Road road(peer.baseAddress());
+    auto *refresh = road.find<QPushButton>("refreshButton");
+    for (int asked = 1; asked < 7; ++asked) {
+        QTRY_COMPARE(peer.requestCount(device), asked);
+        refresh->click();
+    }
+    QTRY_COMPARE_WITH_TIMEOUT(peer.requestCount(device), 7, 3000); // before the card asks by itself
+    QCOMPARE(road.deviceState(), QString());
+    QVERIFY(isTurning(road, "refreshButton"));
+    refresh->click();
+    QTRY_COMPARE(road.deviceState(), QString("在线"));
+    QVERIFY(!isTurning(road, "refreshButton"));
 }
 
 void CardTest::printsTheTestPage()

@@ -50,6 +50,8 @@ void ResultTest::resultGoesWrong_data()
                                    << "Network error 401";
     QTest::newRow("cut") << Answers{cut("HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\n{")} << network << network + "!"
                          << "Network error ";
+    QTest::newRow("over 1 MiB") << Answers{padded(R"({"data":"?"})", largestAnswer + 1)} << network << network + "!"
+                                << "Network error 5";
     QTest::newRow("not JSON") << Answers{PeerAnswer::ok("?")} << QString() << QString() << "Invalid receive json";
     QTest::newRow("an array") << Answers{PeerAnswer::ok("[]")} << QString() << QString() << "Invalid receive json";
 }

@@ -61,6 +61,13 @@ void SubmissionTest::submissionGoesWrong_data()
     QTest::newRow("not JSON") << PeerAnswer::ok("<html>") << printed << "veltraId=\")";
     QTest::newRow("an array") << PeerAnswer::ok("[]") << printed << "veltraId=\")";
     QTest::newRow("an empty object") << PeerAnswer::ok("{}") << printed << "veltraId=\")";
+    const QByteArray json = R"({"data":{"veltraId":"V1"}})";
+    QTest::newRow("1 MiB") << padded(json, largestAnswer) << printed << "veltraId=V1\")";
+    QTest::newRow("over 1 MiB") << padded(json, largestAnswer + 1) << network << "Network error 5";
+    const PeerAnswer chunked{"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n400000\r\n" +
+                                 QByteArray(4 * largestAnswer, ' '),
+                             PeerAnswer::KeepOpen};
+    QTest::newRow("endless, in chunks") << chunked << network << "Network error 5";
     QTest::newRow("no veltraId") << PeerAnswer::ok(R"({"data":{}})") << printed << "veltraId=\")";
 }
 
