@@ -20,6 +20,7 @@ struct Queue
     QString name;
     QString port;
     QString driver;
+    int jobs = 0; ///< in the queue, the one that is printing included
 };
 
 /// A port of the spooler.
@@ -61,6 +62,8 @@ public:
     /// Result of the port operations when the helper library or its export is missing.
     static constexpr int helperMissing = -1;
 
+    static constexpr auto spoolerService = QLatin1String("Spooler");
+
     explicit CPrinter(QObject *parent = nullptr);
 
     /// Installs a queue, and with `useInf` its driver from the INF file, through the printer set-up of Windows. True
@@ -68,6 +71,10 @@ public:
     /// five and a half minutes.
     bool addCloudPrinter(const QString &name, const QString &port, const QString &model, const QString &inf,
                          bool useInf);
+
+    /// Installs the model's driver from the INF file, or a newer one in its place; the queues stay. Result and duration
+    /// as above.
+    bool InstallDriver(const QString &model, const QString &inf);
 
     /// Prints the test page of Windows. Blocks for up to a minute; failures are not reported.
     void PrintTestPage(const QString &name);
@@ -85,6 +92,9 @@ public:
 
     bool RenamePrinter(const QString &oldName, const QString &newName);
 
+    /// Gives a queue another installed driver; all else stays, but for the settings that belong to the old driver.
+    bool SetPrinterDriver(const QString &name, const QString &driver);
+
     /// Purges the queue with this Win32 handle until it is empty. The caller keeps the handle.
     bool DeletePrintJob(void *printer);
 
@@ -95,6 +105,10 @@ public:
     bool EnumLocalPrinters(QList<Queue> &queues);
     bool EnumLocalPorts(QList<Port> &ports);
     bool EnumLocalDrivers(QList<Driver> &drivers);
+
+    /// Whether the enumeration, or reading of printer data, that just returned false on this thread found nothing. Else
+    /// it failed.
+    static bool nothingFound();
 
     /// Standard TCP/IP ports, by the helper library: 0, an error code of the library, or `helperMissing`.
     int addStandardTcpPort(const QString &portName, const QString &host, unsigned int portNumber);
@@ -119,6 +133,14 @@ public:
     /// Starts a service; waits up to half a minute for one that is still stopping. True once the start is accepted,
     /// even if the service then stalls. Blocks while it starts.
     bool StartSvc(const QString &name);
+
+    enum class SvcState { NotAllowed, Stopped, Running };
+
+    /// State of a service, which is started first where it is stopped. Blocks while it starts.
+    SvcState RunSvc(const QString &name);
+
+    /// Stops a service and starts it again, whatever becomes of the stop.
+    void RestartSvc(const QString &name);
 
     /// A text value of a driver's registry key; empty when it cannot be read.
     QString GetDriverRegInfo(const QString &value, const QString &driver, const QString &environment);

@@ -1,6 +1,5 @@
 #include "spooler/cprinter.h"
 
-#include "base/runningthreads.h"
 #include "spooler/win32.h"
 #include "quaylink/quaylink.h"
 
@@ -75,7 +74,6 @@ private:
 };
 
 constexpr int deletionAttempts = 2;
-const auto spoolerService = QStringLiteral("Spooler");
 
 constexpr HelperCall addPort = {"AddStandardTcpPort", "44_CPrinter addStandardTcpPort load Quaylink.dll failed",
                                 "32_CPrinter resolve Quaylink.dll failed", "38_CPrinter pAdd= %d"};
@@ -174,9 +172,7 @@ bool CPrinter::RemovePrinterDriver(const QString &driver, const QString &environ
         }
         qDebug("1044_CPrinter pF() failed (%d)", static_cast<int>(error));
         // The spooler may still hold the driver. It is restarted after the last attempt, too.
-        const RunningThreads::CriticalWork restart;
-        StopSvc(spoolerService);
-        StartSvc(spoolerService);
+        RestartSvc(spoolerService);
     }
     return false;
 }

@@ -36,7 +36,8 @@ SpoolerBlock readInfo(const PrinterHandle &printer, const ReadingTexts &texts)
 
 Queue toQueue(const PRINTER_INFO_2W &info)
 {
-    return {fromWide(info.pPrinterName), fromWide(info.pPortName), fromWide(info.pDriverName)};
+    return {fromWide(info.pPrinterName), fromWide(info.pPortName), fromWide(info.pDriverName),
+            static_cast<int>(info.cJobs)};
 }
 
 /// Reads a value of any type. False, and a log line, when it is missing or cannot be read.
@@ -46,6 +47,7 @@ bool readValue(const QString &name, const QString &value, const char *openFailed
     const PrinterHandle printer(name, PRINTER_ACCESS_ADMINISTER);
     if (!printer) {
         qCritical(openFailed, qUtf16Printable(name), ulong(printer.error()));
+        SetLastError(printer.error());
         return false;
     }
     DWORD type = 0;
@@ -53,6 +55,7 @@ bool readValue(const QString &name, const QString &value, const char *openFailed
     DWORD result = GetPrinterDataW(printer.get(), WideText(value).data(), &type, nullptr, 0, &needed);
     if (result != ERROR_MORE_DATA || needed == 0 || needed > longestValue) {
         qCritical(texts.sizeFailed, ulong(GetLastError()), ulong(needed));
+        SetLastError(result);
         return false;
     }
     bytes.fill('\0', static_cast<int>(needed));
@@ -60,6 +63,7 @@ bool readValue(const QString &name, const QString &value, const char *openFailed
                              needed, &needed);
     if (result != ERROR_SUCCESS) {
         qCritical(texts.readFailed, ulong(result));
+        SetLastError(result);
         return false;
     }
     return true;
@@ -83,6 +87,23 @@ QString submissionTime(const SYSTEMTIME &time)
 SpoolJob toSpoolJob(const JOB_INFO_2W &info)
 {
     return {fromWide(info.pDocument), submissionTime(info.Submitted), (info.Status & JOB_STATUS_PRINTING) != 0};
+}
+
+/// Reads the PRINTER_INFO_2 of an open queue, lets `change` change it and writes it back. False, and a log line, on
+/// failure.
+template <typename Change>
+bool changeInfo(const PrinterHandle &printer, Change change)
+{
+    const SpoolerBlock block =
+        readInfo(printer, {"694_CPrinter GetPrinter getlasterror is", "704_CPrinter GetPrinter getlasterror is"});
+    if (!block.bytes)
+        return false;
+    change(*block.as<PRINTER_INFO_2W>());
+    if (SetPrinterW(printer.get(), 2, block.bytes.get(), 0))
+        return true;
+    const DWORD error = GetLastError();
+    qDebug() << "715_CPrinter SetPrinter getlasterror is" << error;
+    return false;
 }
 
 } // namespace
@@ -164,6 +185,11 @@ bool CPrinter::EnumLocalPrinters(QList<Queue> &queues)
         });
 }
 
+bool CPrinter::nothingFound()
+{
+    return GetLastError() == ERROR_SUCCESS || GetLastError() == ERROR_FILE_NOT_FOUND;
+}
+
 bool CPrinter::GetCloudPrinterInfo(const QString &name, Queue &queue)
 {
     qDebug() << "383_CPrinter GetCloudPrinterInfo" << name;
@@ -190,18 +216,24 @@ bool CPrinter::RenamePrinter(const QString &oldName, const QString &newName)
         qCritical("684_CPrinter OpenPrinter %ls, error is %lu", qUtf16Printable(oldName), ulong(printer.error()));
         return false;
     }
-    const SpoolerBlock block =
-        readInfo(printer, {"694_CPrinter GetPrinter getlasterror is", "704_CPrinter GetPrinter getlasterror is"});
-    if (!block.bytes)
-        return false;
     WideText name(newName);
-    block.as<PRINTER_INFO_2W>()->pPrinterName = name.data();
-    if (!SetPrinterW(printer.get(), 2, block.bytes.get(), 0)) {
-        const DWORD error = GetLastError();
-        qDebug() << "715_CPrinter SetPrinter getlasterror is" << error;
+    return changeInfo(printer, [&](PRINTER_INFO_2W &info) { info.pPrinterName = name.data(); });
+}
+
+bool CPrinter::SetPrinterDriver(const QString &name, const QString &driver)
+{
+    qDebug() << "CPrinter SetPrinterDriver" << name << driver;
+    const PrinterHandle printer(name, PRINTER_ALL_ACCESS);
+    if (!printer) {
+        qCritical("CPrinter OpenPrinter %ls, error is %lu", qUtf16Printable(name), ulong(printer.error()));
         return false;
     }
-    return true;
+    WideText driverName(driver);
+    return changeInfo(printer, [&](PRINTER_INFO_2W &info) {
+        info.pDriverName = driverName.data();
+        // They are the old driver's; without them the queue gets the new one's defaults.
+        info.pDevMode = nullptr;
+    });
 }
 
 bool CPrinter::DeletePrintJob(void *printer)

@@ -1,5 +1,6 @@
 #include "spooler/cprinter.h"
 
+#include "base/runningthreads.h"
 #include "spooler/win32.h"
 #include "quaylink/servicehandle.h"
 
@@ -239,4 +240,26 @@ bool CPrinter::StopSvc(const QString &name)
     if (!opened.service)
         return false;
     return ServiceStop(*this, std::move(opened), start).run();
+}
+
+CPrinter::SvcState CPrinter::RunSvc(const QString &name)
+{
+    const OpenedService opened = openService(*this, name, SERVICE_QUERY_STATUS);
+    if (!opened.service)
+        return SvcState::NotAllowed;
+    SERVICE_STATUS status = {};
+    const auto runs = [&] {
+        return QueryServiceStatus(opened.service.get(), &status) && status.dwCurrentState == SERVICE_RUNNING;
+    };
+    if (runs())
+        return SvcState::Running;
+    StartSvc(name);
+    return runs() ? SvcState::Running : SvcState::Stopped;
+}
+
+void CPrinter::RestartSvc(const QString &name)
+{
+    const RunningThreads::CriticalWork restart;
+    StopSvc(name);
+    StartSvc(name);
 }

@@ -55,6 +55,27 @@ bool waitForFinished(QProcess &process, QDeadlineTimer deadline)
     return true;
 }
 
+/// Runs the set-up. True when it started and finished in time.
+bool runSetup(const QString &command)
+{
+    // Not owned here: deleting the object would kill a set-up that outlasts the wait. It deletes itself when the set-up
+    // ends.
+    auto *process = new QProcess;
+    QObject::connect(process, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished), process,
+                     &QObject::deleteLater);
+    startCommand(*process, command);
+    if (!process->waitForStarted(static_cast<int>(startTimeout.count()))) {
+        qDebug() << "202_CPrinter waitForStarted() returned false";
+        process->deleteLater();
+        return false;
+    }
+    if (!waitForFinished(*process, QDeadlineTimer(setupTimeout))) {
+        qDebug() << "207_CPrinter waitForFinished(5*60000) returned false";
+        return false;
+    }
+    return true;
+}
+
 } // namespace
 
 CPrinter::CPrinter(QObject *parent)
@@ -68,22 +89,14 @@ bool CPrinter::addCloudPrinter(const QString &name, const QString &port, const Q
     qDebug() << "180_CPrinter addCloudPrinter" << name << port << model << inf;
     const QString command = setupCommand(name, port, model, inf, useInf);
     qDebug() << "197_CPrinter cmd is" << command;
+    return runSetup(command);
+}
 
-    // Not owned here: deleting the object would kill a set-up that outlasts the wait. It deletes itself when the set-up
-    // ends.
-    auto *process = new QProcess;
-    connect(process, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished), process, &QObject::deleteLater);
-    startCommand(*process, command);
-    if (!process->waitForStarted(static_cast<int>(startTimeout.count()))) {
-        qDebug() << "202_CPrinter waitForStarted() returned false";
-        process->deleteLater();
-        return false;
-    }
-    if (!waitForFinished(*process, QDeadlineTimer(setupTimeout))) {
-        qDebug() << "207_CPrinter waitForFinished(5*60000) returned false";
-        return false;
-    }
-    return true;
+bool CPrinter::InstallDriver(const QString &model, const QString &inf)
+{
+    qDebug() << "CPrinter InstallDriver" << model << inf;
+    return runSetup(QStringLiteral("RUNDLL32 PRINTUI.DLL,PrintUIEntry /ia /m ") + quoted(model) +
+                    QStringLiteral(" /f ") + quoted(inf) + QStringLiteral(" /q"));
 }
 
 void CPrinter::finished(int exitCode, QProcess::ExitStatus exitStatus)

@@ -91,8 +91,8 @@ template <typename Read>
 SpoolerBlock readBlock(Read read)
 {
     SpoolerBlock block;
-    read(nullptr, 0, &block.needed);
-    block.error = GetLastError();
+    const bool nothing = read(nullptr, 0, &block.needed) != FALSE && block.needed == 0;
+    block.error = nothing ? ERROR_SUCCESS : GetLastError();
     block.sizeFailed = block.error != ERROR_INSUFFICIENT_BUFFER || block.needed == 0;
     if (block.sizeFailed)
         return block;
@@ -114,7 +114,7 @@ struct ReadingTexts
 };
 
 /// Passes each entry of an enumeration to `append`. `enumerate` calls Windows with (block, size, &needed, &returned).
-/// False, and a log line, on failure and when there is no entry.
+/// False, and a log line, on failure and when there is no entry; only in the latter case the last error is 0.
 template <typename Info, typename Enumerate, typename Append>
 bool forEachEntry(const ReadingTexts &texts, Enumerate enumerate, Append append)
 {
@@ -125,8 +125,10 @@ bool forEachEntry(const ReadingTexts &texts, Enumerate enumerate, Append append)
         qCritical(texts.sizeFailed, ulong(block.error), ulong(block.needed));
     else if (!block.bytes)
         qCritical(texts.readFailed, ulong(block.error));
-    if (!block.bytes)
+    if (!block.bytes) {
+        SetLastError(block.error);
         return false;
+    }
     const auto *first = block.as<Info>();
     for (const Info *info = first; info != first + returned; ++info)
         append(*info);

@@ -22,7 +22,18 @@ quint16 CloudPrinter::portNumber(int number)
 
 bool CloudPrinter::isCloudQueue(const QString &driver, const QString &port)
 {
-    return driver == driverName && port.contains(portPrefix);
+    return driver == driverName && isCloudPort(port);
+}
+
+bool CloudPrinter::isCloudPort(const QString &port)
+{
+    return port.contains(portPrefix);
+}
+
+bool CloudPrinter::isPortName(const QString &port)
+{
+    static const QRegularExpression name(QRegularExpression::anchoredPattern(portPrefix + QStringLiteral("\\d{3,}")));
+    return name.match(port).hasMatch();
 }
 
 bool CloudPrinter::isSerial(const QString &text)

@@ -15,6 +15,10 @@ QString portName(int number);
 /// TCP port of the capture server for the spooler port with that number: 8100 + number.
 quint16 portNumber(int number);
 
+/// Whether a queue on this port is one of ours, whatever its driver; and whether portName() gives this name.
+bool isCloudPort(const QString &port);
+bool isPortName(const QString &port);
+
 /// Whether a queue with this driver and port is served by this program.
 bool isCloudQueue(const QString &driver, const QString &port);
 

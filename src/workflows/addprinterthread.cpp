@@ -1,26 +1,21 @@
 #include "workflows/addprinterthread.h"
 
 #include "store/cloudprinter.h"
+#include "workflows/drivercheck.h"
 
 #include <QCoreApplication>
 #include <QDebug>
-#include <QDir>
 
 #include <algorithm>
 
 namespace {
-
-bool isSame(const QString &one, const QString &other)
-{
-    return one.compare(other, Qt::CaseInsensitive) == 0;
-}
 
 /// The first number whose port no printer uses. A port without a printer counts as free.
 int freeNumber(const QList<Queue> &queues)
 {
     const auto isUsed = [&](const QString &portName) {
         return std::any_of(queues.cbegin(), queues.cend(),
-                           [&](const Queue &queue) { return isSame(queue.port, portName); });
+                           [&](const Queue &queue) { return DriverCheck::isSameName(queue.port, portName); });
     };
     int number = 1;
     while (isUsed(CloudPrinter::portName(number)))
@@ -33,17 +28,11 @@ bool isKnown(CPrinter &spooler, const QList<Queue> &queues, const DriverInfo &in
     for (const Queue &queue : queues) {
         QString cloudSn;
         const bool isCloudPrinter = spooler.GetCloudPrinterId(queue.name, cloudSn);
-        if (isSame(queue.name, info.printerName) || (isCloudPrinter && isSame(cloudSn, info.cloudSn)))
+        if (DriverCheck::isSameName(queue.name, info.printerName) ||
+            (isCloudPrinter && DriverCheck::isSameName(cloudSn, info.cloudSn)))
             return true;
     }
     return false;
-}
-
-/// The set-up entry point needs a path with backslashes.
-QString infPath()
-{
-    return QCoreApplication::applicationDirPath().replace(QLatin1Char('/'), QLatin1Char('\\')) +
-           QStringLiteral("\\Driver\\OrvoPtr.INF");
 }
 
 } // namespace
@@ -110,7 +99,7 @@ QString AddPrinterThread::providePort(const QString &portName, quint16 portNumbe
     m_printer.EnumLocalPorts(ports);
     for (const Port &port : qAsConst(ports)) {
         // A leftover port is intentionally used as it is, wherever it points.
-        if (isSame(port.name, portName))
+        if (DriverCheck::isSameName(port.name, portName))
             return QString();
     }
     if (m_printer.addStandardTcpPort(portName, CloudPrinter::localAddress, portNumber) == 0)
@@ -119,20 +108,12 @@ QString AddPrinterThread::providePort(const QString &portName, quint16 portNumbe
     return QStringLiteral("添加打印机失败，无法添加端口");
 }
 
-bool AddPrinterThread::isDriverInstalled()
-{
-    QList<Driver> drivers;
-    m_printer.EnumLocalDrivers(drivers);
-    return std::any_of(drivers.cbegin(), drivers.cend(),
-                       [](const Driver &driver) { return isSame(driver.name, CloudPrinter::driverName); });
-}
-
 QString AddPrinterThread::installQueue(const QString &portName)
 {
-    const bool driverInstalled = isDriverInstalled();
+    const bool driverInstalled = DriverCheck::isInstalled(CloudPrinter::driverName).value_or(false);
     if (driverInstalled)
         qDebug("104_AddPrinterThread driver already installed");
-    const QString inf = infPath();
+    const QString inf = DriverCheck::infFileForSetup();
     qDebug() << "104_AddPrinterThread inf is:" << inf;
     if (!m_printer.addCloudPrinter(m_info.printerName, portName, CloudPrinter::driverName, inf, !driverInstalled)) {
         qDebug("118_AddPrinterThread addCloudPrinter failed");

@@ -35,8 +35,6 @@ private:
     QString installQueue(const QString &portName);
     QString bindQueue(quint16 portNumber);
 
-    bool isDriverInstalled();
-
     DriverInfo m_info;
     CPrinter m_printer;
 };

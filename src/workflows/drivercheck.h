@@ -1,0 +1,68 @@
+#pragma once
+
+#include "spooler/cprinter.h"
+
+#include <QList>
+#include <QString>
+
+#include <optional>
+
+/// What the spooler and the driver package beside the program say about our driver and its printers. Reads only. Any
+/// thread.
+namespace DriverCheck {
+
+enum class State { NotInstalled, UpToDate, PackageNewer, InstalledNewer, InstalledUnreadable, PackageUnreadable };
+
+struct Versions
+{
+    State state = State::NotInstalled;
+    QString installed;
+    QString package;
+
+    /// What it means for the user.
+    QString meaning() const;
+
+    /// Whether both versions could be read, or there is no driver.
+    bool isReadable() const { return state != State::InstalledUnreadable && state != State::PackageUnreadable; }
+};
+
+/// A queue that is bound to a cloud printer by both values of its printer data.
+struct CloudQueue
+{
+    Queue queue;
+    QString serial;
+    quint16 portNumber = 0; ///< local TCP port
+
+    /// Whether its driver is another one than the supported.
+    bool isOutdated() const;
+};
+
+/// The package's INF file, as Qt opens it; the system's set-up takes it with backslashes only.
+QString infFile();
+QString infFileForSetup();
+
+/// Windows compares the names of queues, ports and drivers without regard to case.
+bool isSameName(const QString &one, const QString &other);
+
+/// Compares dotted numbers of any length; a missing part counts as 0. Less than, equal to or greater than 0; nothing
+/// when one of the texts is not a dotted number.
+std::optional<int> compareVersions(const QString &one, const QString &other);
+
+Versions versions();
+
+/// Nothing when there is no such queue, or it is not bound to a cloud printer, or does not let itself be read: then
+/// `failed` is set, else cleared.
+std::optional<CloudQueue> readQueue(const QString &name, bool *failed = nullptr);
+
+/// All local queues, and of these the ones that are bound to a cloud printer, in the spooler's order. Nothing when the
+/// spooler does not answer or does not let one of ours be read.
+std::optional<QList<Queue>> localQueues();
+std::optional<QList<CloudQueue>> cloudQueues();
+
+/// What that means for the user.
+QString unreadable();
+
+/// Nothing when the spooler does not answer.
+std::optional<bool> isInstalled(const QString &driver);
+
+} // namespace DriverCheck
