@@ -15,7 +15,9 @@ QNetworkReply *BoundedManager::createRequest(Operation operation, const QNetwork
     QNetworkRequest bounded(request);
     bounded.setRawHeader("Accept-Encoding", "identity");
     QNetworkReply *reply = QNetworkAccessManager::createRequest(operation, bounded, body);
-    reply->setReadBufferSize(readBufferSize);
+    // Queued: Qt forgets a size that is set before a request with a body has started.
+    QMetaObject::invokeMethod(
+        reply, [reply] { reply->setReadBufferSize(readBufferSize); }, Qt::QueuedConnection);
     connect(reply, &QNetworkReply::readyRead, reply, [reply] {
         if (reply->bytesAvailable() > largestAnswer)
             reply->abort();
