@@ -24,7 +24,7 @@ QPainterPath panelShape(const QRectF &area, qreal radius)
     return shape;
 }
 
-/// In device pixels: the effect knows no others.
+/// In device pixels, as the effect ignores the scaling.
 QPixmap drawPanel(const QSize &size, qreal scale)
 {
     const QSize deviceSize = (QSizeF(size) * scale).toSize();

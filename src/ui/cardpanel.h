@@ -3,8 +3,8 @@
 #include <QMargins>
 #include <QWidget>
 
-/// The white panel of a card with its round corners and its soft shadow. The picture is drawn once for all panels of a
-/// size and kept: a graphics effect would blur it again for every step of a spinner and while scrolling. Main thread.
+/// The white panel of a card with its round corners and soft shadow. All panels of a size share one cached picture: a
+/// graphics effect would blur the card again at every step of a spinner and while scrolling. Main thread.
 class CardPanel : public QWidget
 {
     Q_OBJECT
@@ -14,7 +14,7 @@ public:
 
     using QWidget::QWidget;
 
-    /// What the shadow needs around the white.
+    /// The space that the shadow needs around the white panel.
     static QMargins shadowMargins();
 
 protected:

@@ -4,10 +4,9 @@
 
 class QLayout;
 
-/// The program's message box: one centred, word-wrapped message on a rounded picture and one button, for good news as
-/// well as bad. Callers create one per message with new, exec() it and ignore the result, which is always "rejected".
-/// Nobody deletes it afterwards, and it does not delete itself: messages are few, and the card that shows one may be
-/// gone by the time the user has read it. Main thread.
+/// The program's message box, for success and failure: one centred, word-wrapped message on a rounded picture and one
+/// button. Callers create one per message with new, exec() it and ignore the result, which is always "rejected". It is
+/// never deleted: messages are few, and the card that shows one may be deleted while it is open. Main thread.
 class ErrorDialog : public QDialog
 {
     Q_OBJECT
@@ -21,5 +20,5 @@ private:
     QLayout *buttonRow();
 };
 
-/// Shows a message in a dialog of its own and returns when the user has closed it. Meanwhile the event loop runs.
+/// Shows a message and returns when the user has closed it. The event loop runs meanwhile.
 void showMessage(const QString &text);

@@ -8,7 +8,7 @@ constexpr int barCount = 12;
 constexpr int fullTurn = 360;
 constexpr int stepAngle = fullTurn / barCount;
 
-/// One upright bar of the ring around the origin, in whole pixels: every fraction is cut off.
+/// One upright bar of the ring around the origin, in whole pixels: every fraction is truncated.
 struct Bar
 {
     explicit Bar(int ringWidth)
@@ -17,7 +17,7 @@ struct Bar
         const int outerRadius = int(halfWidth);
         const int innerRadius = int(halfWidth * 0.38);
         const int height = outerRadius - innerRadius;
-        // A thin ring needs stouter bars to be seen.
+        // A small ring needs wider bars to be visible.
         const int width = int(height * (ringWidth <= 32 ? 0.35 : 0.23));
         rect = QRect(int(-width * 0.5), -outerRadius, width, height);
         cornerRadius = width / 2;

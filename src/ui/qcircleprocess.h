@@ -3,8 +3,8 @@
 #include <QColor>
 #include <QWidget>
 
-/// A busy indicator: a ring of twelve bars that fade behind a head, which moves clockwise from bar to bar. Stopped, it
-/// is invisible unless told otherwise. Main thread; owned by its parent.
+/// A busy indicator: a ring of twelve bars. The opaque one moves clockwise, the others fade out after it. It is
+/// invisible while stopped unless setDisplayedWhenStopped() is on. Main thread; owned by its parent.
 class QCircleProcess : public QWidget
 {
     Q_OBJECT
@@ -17,7 +17,7 @@ public:
     bool isDisplayedWhenStopped() const;
 
 public slots:
-    /// Turns from the upright position. While it turns already it only starts over from there.
+    /// Starts at the upright position; restarts there if already running.
     void startAnimation();
     void stopAnimation();
 
@@ -33,7 +33,7 @@ protected:
 private:
     static constexpr int notAnimating = -1;
 
-    int m_angle = 0; // of the head, degrees clockwise from upright
+    int m_angle = 0; // of the opaque bar, degrees clockwise from upright
     int m_timerId = notAnimating;
     int m_delay = 40; // ms
     bool m_displayedWhenStopped = false;

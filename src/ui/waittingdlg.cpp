@@ -27,12 +27,12 @@ protected:
 
 WaittingDlg::WaittingDlg(QWidget *parent)
     : QDialog(parent)
-    , m_movie(new QMovie(QStringLiteral(":/image/resource/waitting_01.gif"))) // lives as long as the process
+    , m_movie(new QMovie(QStringLiteral(":/image/resource/waitting_01.gif"))) // lives until the process ends
 {
     setFixedSize(75, 75);
     setStyleSheet(QStringLiteral("background:white;border-radius:37px"));
     setWindowFlags(Qt::Dialog | Qt::FramelessWindowHint);
-    setAttribute(Qt::WA_TranslucentBackground); // what lies outside the round shape
+    setAttribute(Qt::WA_TranslucentBackground); // outside the round shape
 
     auto *label = new SmoothLabel(this);
     label->setStyleSheet(QStringLiteral("background:transparent;border-radius:37px"));
@@ -55,14 +55,14 @@ void WaittingDlg::stop()
 
 void WaittingDlg::reject()
 {
-    // Escape and every kind of close request come through here.
+    // Escape and all close requests end here.
     if (m_movie->state() == QMovie::NotRunning)
         QDialog::reject();
 }
 
 void WaittingDlg::paintEvent(QPaintEvent *)
 {
-    // A translucent window gets no background of its own: the style sheet's round one is drawn by hand.
+    // Qt does not draw the style sheet's background of a translucent window.
     QStyleOption option;
     option.initFrom(this);
     QPainter painter(this);

@@ -4,9 +4,8 @@
 
 class QMovie;
 
-/// A small round dialog with a moving picture that asks for patience. Its user makes it modal, places it, and owns it;
-/// only its user can take it away: neither Escape nor a close request of the window manager hides it while it waits.
-/// Main thread.
+/// A small round dialog with an animated busy indicator. The caller owns it, makes it modal, places it, and stops it:
+/// while it waits, neither Escape nor a close request of the window manager hides it. Main thread.
 class WaittingDlg : public QDialog
 {
     Q_OBJECT
