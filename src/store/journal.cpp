@@ -14,7 +14,6 @@ namespace {
 
 const auto dateFormat = QStringLiteral("yyyy-MM-dd");
 const auto suffix = QStringLiteral(".txt");
-const auto recordEnd = QStringLiteral("!+!");
 constexpr int keyLength = 16; // digits of a cloud serial, which a file name begins with
 
 QMutex journalMutex;
@@ -50,7 +49,7 @@ void appendDetail(const QString &key, const QString &record)
     appendWhole(file, record + recordEnd);
 }
 
-QString readDetails(const QString &key)
+QString readDetails(const QString &key, qint64 from)
 {
     QMutexLocker locker(&journalMutex);
     QFile file(detailFileName(key));
@@ -58,7 +57,13 @@ QString readDetails(const QString &key)
         logFileError(file);
         return QString();
     }
+    file.seek(from);
     return QTextStream(&file).readAll();
+}
+
+QStringList split(const QString &details)
+{
+    return details.split(recordEnd, Qt::SkipEmptyParts);
 }
 
 quint32 detailSize(const QString &key)

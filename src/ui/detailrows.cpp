@@ -1,13 +1,20 @@
 #include "ui/detailrows.h"
 
+#include "store/journal.h"
+
 namespace DetailRows {
+
+QStringList fields(const QString &record)
+{
+    return record.split(QLatin1Char(';'));
+}
 
 QList<QStringList> records(const QString &journal)
 {
     QList<QStringList> records;
-    const QStringList pieces = journal.split(QStringLiteral("!+!"), Qt::SkipEmptyParts);
-    for (const QString &piece : pieces)
-        records.append(piece.split(QLatin1Char(';')));
+    const QStringList texts = Journal::split(journal);
+    for (const QString &text : texts)
+        records.append(fields(text));
     return records;
 }
 

@@ -28,6 +28,9 @@ inline constexpr std::array<Column, 6> columns{{
     {"处理时间", defaultColumnWidth, 4}, // stretches to the right edge
 }};
 
+/// The fields of one record.
+QStringList fields(const QString &record);
+
 /// The fields of each record in a day's journal, in its order. Records without a text do not count. Appending to a
 /// journal whose last record is whole leaves the records before as they are.
 QList<QStringList> records(const QString &journal);

@@ -8,6 +8,7 @@
 
 #include <QCursor>
 #include <QEvent>
+#include <QFileInfo>
 #include <QFrame>
 #include <QHeaderView>
 #include <QLabel>
@@ -30,6 +31,7 @@ constexpr QRect tablePlace(20, 60, 650, 400);
 constexpr int tableEdge = 2; // border and padding of the table's style
 constexpr int lineHeight = 30;
 constexpr int lineCount = 12; // in the table at a time
+constexpr int rowsPerStep = 500;
 
 // The palette's highlight would shine through the selection's colour.
 const auto tableStyle = QStringLiteral("QTableWidget::item:hover{background-color:rgba(92,188,227,200)}"
@@ -51,11 +53,6 @@ protected:
         option->state &= ~QStyle::State_HasFocus;
     }
 };
-
-QList<QStringList> todaysRecords(const QString &cloudSn)
-{
-    return DetailRows::records(Journal::readDetails(cloudSn));
-}
 
 /// A waiting job with the fields of a journal record.
 QStringList pendingRecord(const SpoolJob &job)
@@ -153,12 +150,33 @@ void SettingsDlg::styleHeaders()
 
 void SettingsDlg::showJournal()
 {
+    m_journalFile = Journal::detailFileName(m_cloudSn);
     m_journalSize = Journal::detailSize(m_cloudSn);
-    const QList<QStringList> records = todaysRecords(m_cloudSn);
-    m_journalRows = records.size();
+    m_firstRecords = Journal::split(Journal::readDetails(m_cloudSn));
+    m_journalRead = !m_firstRecords.isEmpty() || QFileInfo(m_journalFile).size() == 0;
+    m_journalRows = m_firstRecords.size();
     m_table->setRowCount(m_journalRows);
-    for (int row = 0; row < m_journalRows; ++row)
-        fillRow(row, records.at(row));
+    m_unfilledRows = m_journalRows;
+    fillRows(0, qMin(lineCount, m_journalRows)); // the table opens with these
+    fillNewestRows();
+}
+
+void SettingsDlg::fillRows(int first, int end)
+{
+    for (int row = first; row < end; ++row)
+        fillRow(row, DetailRows::fields(m_firstRecords.at(row)));
+}
+
+/// Fills the rows of a long journal in steps, between which the dialog responds, the newest first.
+void SettingsDlg::fillNewestRows()
+{
+    const int first = qMax(0, m_unfilledRows - rowsPerStep);
+    fillRows(first, m_unfilledRows);
+    m_unfilledRows = first;
+    if (m_unfilledRows > 0)
+        QTimer::singleShot(0, this, &SettingsDlg::fillNewestRows);
+    else
+        m_firstRecords.clear();
 }
 
 void SettingsDlg::startRefresh()
@@ -179,21 +197,34 @@ void SettingsDlg::on_Timeout()
     showPendingJobs();
 }
 
-void SettingsDlg::takeNextRecord()
+/// Reads only what the file has grown by. A record that is not complete yet is left for the next time.
+void SettingsDlg::readNewRecords()
 {
+    const QString file = Journal::detailFileName(m_cloudSn);
+    if (file != m_journalFile)
+        m_journalSize = 0; // midnight has passed
+    m_journalFile = file;
     const quint32 size = Journal::detailSize(m_cloudSn);
     if (size <= m_journalSize)
         return;
-    const QList<QStringList> records = todaysRecords(m_cloudSn);
-    if (m_journalRows < records.size()) {
-        m_table->insertRow(m_journalRows);
-        fillRow(m_journalRows, records.at(m_journalRows));
-        m_table->scrollToBottom();
-        ++m_journalRows;
-    }
-    // Keep the old size until every record is shown.
-    if (m_journalRows >= records.size())
-        m_journalSize = size;
+    const QString text = Journal::readDetails(m_cloudSn, m_journalSize);
+    if (!text.endsWith(Journal::recordEnd))
+        return;
+    m_newRecords += Journal::split(text);
+    m_journalSize = size;
+}
+
+void SettingsDlg::takeNextRecord()
+{
+    if (!m_journalRead)
+        return showJournal();
+    readNewRecords();
+    if (m_newRecords.isEmpty())
+        return;
+    m_table->insertRow(m_journalRows);
+    fillRow(m_journalRows, DetailRows::fields(m_newRecords.takeFirst()));
+    m_table->scrollToBottom();
+    ++m_journalRows;
 }
 
 void SettingsDlg::showPendingJobs()

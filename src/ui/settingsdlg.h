@@ -3,6 +3,7 @@
 #include "store/driverinfo.h"
 
 #include <QDialog>
+#include <QStringList>
 #include <QTimer>
 
 class QTableWidget;
@@ -35,8 +36,11 @@ private:
     void buildTable(QWidget *frame);
     void styleHeaders();
     void showJournal();
+    void fillRows(int first, int end);
+    void fillNewestRows();
     void startRefresh();
 
+    void readNewRecords();
     void takeNextRecord();
     void showPendingJobs();
     void fillRow(int row, const QStringList &record);
@@ -45,6 +49,11 @@ private:
     QString m_printerName;
     QTableWidget *m_table = nullptr;
     QTimer m_refreshTimer{this};
+    QStringList m_firstRecords; // until their rows are filled
+    int m_unfilledRows = 0;     // at the top
+    QStringList m_newRecords;   // read, but not yet shown
     int m_journalRows = 0;
-    quint32 m_journalSize = 0; // bytes, when the last record was shown
+    QString m_journalFile;
+    bool m_journalRead = false; // false while another program holds the file
+    quint32 m_journalSize = 0;  // bytes read so far
 };

@@ -62,6 +62,8 @@ private slots:
     void showsTheQueueBelow();
     void tellsTheWholeOfANarrowText_data();
     void tellsTheWholeOfANarrowText();
+    void showsTheNewestOfALongJournalFirst();
+    void waitsForAJournalThatIsHeld();
     void tipStaysWhileTheMouseRests();
     void selectedRowsLookLikeTheHoveredCell_data();
     void selectedRowsLookLikeTheHoveredCell();
@@ -112,6 +114,43 @@ void DetailsTest::takesOneRecordATick()
     QCOMPARE(rows(dialog).mid(2), QStringList({"3|c|2|3|1|4", "4|waits|打印排队中|----|31:30:05|--:--:--"}));
     dialog.on_Timeout();
     QCOMPARE(rows(dialog).size(), 4);
+}
+
+void DetailsTest::showsTheNewestOfALongJournalFirst()
+{
+    constexpr int count = 5000;
+    QString records;
+    for (int record = 0; record < count; ++record)
+        records += QString("%1;1;2;3;4!+!").arg(record);
+    Journal::appendDetail(Road::serial(), records.chopped(3));
+    SettingsDlg dialog(printer());
+    const auto *table = dialog.findChild<QTableWidget *>();
+    QCOMPARE(table->rowCount(), count);
+    QVERIFY(table->item(0, 1) && table->item(count - 1, 1));
+    QVERIFY2(!table->item(count / 2, 1), "the dialog opens before every row is filled");
+    Journal::appendDetail(Road::serial(), "new;1;2;3;4");
+    dialog.on_Timeout();
+    QCOMPARE(table->item(count, 1)->text(), QString("new"));
+    QTRY_VERIFY(table->item(20, 1));
+    for (int row = 0; row < count; ++row)
+        QCOMPARE(table->item(row, 1)->text(), QString::number(row));
+}
+
+/// Another program holds the file: a folder in its place cannot be read, either.
+void DetailsTest::waitsForAJournalThatIsHeld()
+{
+    const QString file = Journal::detailFileName(Road::serial());
+    QVERIFY(QDir().mkpath(file));
+    SettingsDlg dialog(printer());
+    dialog.on_Timeout();
+    QCOMPARE(rows(dialog), QStringList());
+    QVERIFY(QDir().rmdir(file));
+    for (const char *record : {"a;1;2;3;4", "b;1;2;3;4", "c;1;2;3;4"})
+        Journal::appendDetail(Road::serial(), record);
+    dialog.on_Timeout(); // all at once: these are not new
+    QCOMPARE(rows(dialog), QStringList({"1|a|2|3|1|4", "2|b|2|3|1|4", "3|c|2|3|1|4"}));
+    dialog.on_Timeout();
+    QCOMPARE(rows(dialog).size(), 3);
 }
 
 /// By the dialog's own timer.
