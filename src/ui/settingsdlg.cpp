@@ -12,6 +12,7 @@
 #include <QFrame>
 #include <QHeaderView>
 #include <QLabel>
+#include <QScrollBar>
 #include <QStyledItemDelegate>
 #include <QTableWidget>
 #include <QTextDocument>
@@ -115,7 +116,9 @@ void SettingsDlg::buildTable(QWidget *frame)
 {
     m_table = new QTableWidget(0, int(columns.size()), frame);
     m_table->setGeometry(tablePlace);
-    m_table->setStyleSheet(tableStyle + slimScrollBar);
+    m_table->setStyleSheet(tableStyle);
+    // As part of the table's sheet it has no effect below widgets that have sheets themselves.
+    m_table->verticalScrollBar()->setStyleSheet(slimScrollBar);
     m_table->setItemDelegate(new CellPainter(m_table));
     m_table->setAccessibleName(QStringLiteral("打印详情"));
     styleHeaders();
