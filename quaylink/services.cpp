@@ -10,6 +10,7 @@ namespace {
 
 constexpr auto stopTimeout = 30s; // for all dependents together
 constexpr auto pollInterval = 250ms;
+constexpr std::size_t spareEntries = 16; // for services that start while they are listed
 
 bool waitUntilStopped(SC_HANDLE service, DWORD start)
 {
@@ -53,7 +54,7 @@ int StopDependentServices(SC_HANDLE manager, SC_HANDLE service)
         return TRUE;
     if (GetLastError() != ERROR_MORE_DATA)
         return FALSE;
-    std::vector<ENUM_SERVICE_STATUSW> dependents(needed / sizeof(ENUM_SERVICE_STATUSW) + 1);
+    std::vector<ENUM_SERVICE_STATUSW> dependents(needed / sizeof(ENUM_SERVICE_STATUSW) + spareEntries);
     const auto size = static_cast<DWORD>(dependents.size() * sizeof(ENUM_SERVICE_STATUSW));
     if (!EnumDependentServicesW(service, SERVICE_ACTIVE, dependents.data(), size, &needed, &count))
         return FALSE;

@@ -117,8 +117,13 @@ private slots:
         Win32Emulator::addService("Idle", "Spooler");
         Win32Emulator::setServiceState("Idle", stopped);
         Win32Emulator::scriptService("Scan", {{stopping, 0, 100}, {stopping, 0, 100}, {stopped}});
+        // One that is added between the size query and the reading is stopped, too.
+        Win32Emulator::beforeCall("EnumDependentServicesW", [] {
+            Win32Emulator::beforeCall("EnumDependentServicesW", [] { Win32Emulator::addService("Late", "Spooler"); });
+        });
         QVERIFY(CPrinter().StopSvc("Spooler"));
-        QCOMPARE(argumentsOf("ControlService"), QStringList({"Scan control=1", "Fax control=1", "Spooler control=1"}));
+        QCOMPARE(argumentsOf("ControlService"),
+                 QStringList({"Late control=1", "Scan control=1", "Fax control=1", "Spooler control=1"}));
 
         // One that does not stop is given up after a bounded time; the spooler then refuses the control.
         Win32Emulator::setServiceState("Spooler", running);
