@@ -16,7 +16,7 @@ struct HelperCall
     const char *name;
     const char *loadFailed;
     const char *resolveFailed;
-    const char *result; ///< with a place for the result
+    const char *result; ///< with a place for the result; null where the operation logs it otherwise
 };
 
 std::mutex bindingMutex;
@@ -160,7 +160,7 @@ bool CPrinter::RemovePrinterDriver(const QString &driver, const QString &environ
 {
     qDebug() << "1020_CPrinter RemovePrinterDriver()" << driver << environment;
     const HelperExport helper({"QDeletePrinterDriver", "1024_CPrinter load Quaylink.dll failed",
-                               "1032_CPrinter resolve Quaylink.dll failed", "1044_CPrinter pF() failed (%d)"});
+                               "1032_CPrinter resolve Quaylink.dll failed", nullptr});
     if (!helper)
         return false;
     auto *deleteDriver = helper.as<Quaylink::QDeletePrinterDriver>();
