@@ -1,9 +1,9 @@
 // Time and memory of building a submission's body: the program's way beside the plain way, which hands the framework a
 // JSON value of the whole job. Usage: bench_body [MiB], 100 when left out. Exit status 1 when the bodies differ.
 
-#include "cloud/protocol.h"
-#include "support/printjob.h"
-#include "support/processfigures.h"
+#include "src/cloud/protocol.h"
+#include "bench/support/printjob.h"
+#include "bench/support/processfigures.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

@@ -2,9 +2,9 @@
 // its submission at the cloud: with twelve printers idle, and with the eleven others busy, each relaying a job or
 // asking for its result all the time. Usage: bench_delay [SAMPLES], 300 when left out.
 
-#include "support/cloudsink.h"
-#include "support/jobload.h"
-#include "support/samples.h"
+#include "bench/support/cloudsink.h"
+#include "bench/support/jobload.h"
+#include "bench/support/samples.h"
 
 #include <QRandomGenerator>
 

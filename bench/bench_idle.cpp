@@ -1,8 +1,8 @@
 // What the real program with twelve printers costs while nobody prints: processor time, wake-ups and memory, the
 // questions for the devices' states included. Usage: bench_idle [SECONDS], 600 when left out.
 
-#include "support/processfigures.h"
-#include "support/stage.h"
+#include "bench/support/processfigures.h"
+#include "bench/support/stage.h"
 
 #include <QThread>
 

@@ -2,11 +2,11 @@
 // bare floor: the same bytes through socat into base64 into curl. Both send to the same cloud, which throws the bytes
 // away; they take turns. Usage: bench_large [TURNS], 9 when left out.
 
-#include "support/cloudsink.h"
-#include "support/ports.h"
-#include "support/processfigures.h"
-#include "support/samples.h"
-#include "support/stage.h"
+#include "bench/support/cloudsink.h"
+#include "bench/support/ports.h"
+#include "bench/support/processfigures.h"
+#include "bench/support/samples.h"
+#include "bench/support/stage.h"
 
 #include <cstdio>
 #include <cstdlib>

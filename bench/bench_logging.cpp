@@ -1,10 +1,10 @@
 // What the diagnostic log and the journal cost a job: how much the real program writes for one, and how long a line and
 // a record take, written by one thread and by four at once. Usage: bench_logging [LINES], 20000 when left out.
 
-#include "base/diagnosticlog.h"
-#include "store/journal.h"
-#include "support/jobload.h"
-#include "support/printjob.h"
+#include "src/base/diagnosticlog.h"
+#include "src/store/journal.h"
+#include "bench/support/jobload.h"
+#include "bench/support/printjob.h"
 
 #include <QCoreApplication>
 #include <QDir>

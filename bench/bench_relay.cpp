@@ -3,11 +3,11 @@
 //   - how late a 5 ms heartbeat on the interface thread comes while eight 20 MiB jobs run on eight printers.
 // The jobs are sent by other processes, so that only the program's own memory is counted.
 
-#include "capture/printerserver.h"
-#include "support/ports.h"
-#include "support/printjob.h"
-#include "support/processfigures.h"
-#include "support/samples.h"
+#include "src/capture/printerserver.h"
+#include "bench/support/ports.h"
+#include "bench/support/printjob.h"
+#include "bench/support/processfigures.h"
+#include "bench/support/samples.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

@@ -2,10 +2,10 @@
 // Node.js (relay.js) that does the same for a job. Both ask for a job's result once a second. The two take turns, both
 // running all the time. Usage: bench_throughput [JOBS], 100 on each printer when left out.
 
-#include "support/jobload.h"
-#include "support/ports.h"
-#include "support/printjob.h"
-#include "support/processfigures.h"
+#include "bench/support/jobload.h"
+#include "bench/support/ports.h"
+#include "bench/support/printjob.h"
+#include "bench/support/processfigures.h"
 
 #include <QDir>
 #include <QThread>

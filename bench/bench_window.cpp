@@ -5,12 +5,12 @@
 //   - time to open the details, and of one refresh while they are open.
 // The cloud is a process of its own, so that only the program's own work is counted.
 
-#include "store/journal.h"
-#include "support/ports.h"
-#include "support/samples.h"
-#include "ui/appearance.h"
-#include "ui/settingsdlg.h"
-#include "ui/velmainwindow.h"
+#include "src/store/journal.h"
+#include "bench/support/ports.h"
+#include "bench/support/samples.h"
+#include "src/ui/appearance.h"
+#include "src/ui/settingsdlg.h"
+#include "src/ui/velmainwindow.h"
 
 #include <QApplication>
 #include <QDir>
@@ -21,7 +21,7 @@
 #include <QScrollBar>
 #include <QTimer>
 
-#include "win32/control.h"
+#include "emulator/win32/control.h"
 
 #include <sys/resource.h>
 

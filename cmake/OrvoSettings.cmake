@@ -1,4 +1,4 @@
-# What every target of the project shares: language, warnings, definitions, places.
+# The settings of all directories: language, warnings, definitions, sanitizers, output folders.
 
 set(CMAKE_CXX_STANDARD 17)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -19,41 +19,33 @@ if(NOT WIN32)
   add_link_options(-Wl,--disable-new-dtags)
 endif()
 
-add_library(orvo_settings INTERFACE)
-target_compile_options(orvo_settings INTERFACE
-  -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-qual -Wundef)
-target_compile_definitions(orvo_settings INTERFACE
+# Outside src/ an include path starts at the repository's root.
+include_directories(${CMAKE_SOURCE_DIR})
+add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-qual -Wundef)
+add_compile_definitions(
   NOMINMAX WIN32_LEAN_AND_MEAN UNICODE _UNICODE
   QT_NO_NARROWING_CONVERSIONS_IN_CONNECT
   QT_DEPRECATED_WARNINGS QT_DISABLE_DEPRECATED_BEFORE=0x050F00)
-# Not the check of virtual tables: it looks at memory through a pipe and takes every object for a broken one where no
-# descriptor is left, which one of the tests brings about.
-set(options_of_address -fsanitize=address,undefined -fno-sanitize=vptr -fno-sanitize-recover=undefined)
-set(options_of_thread -fsanitize=thread)
+
+# -fno-sanitize=vptr: the check reads memory through a pipe and reports every object when a test exhausts descriptors.
+set(address_sanitizer_flags -fsanitize=address,undefined -fno-sanitize=vptr -fno-sanitize-recover=undefined)
+set(thread_sanitizer_flags -fsanitize=thread)
 if(ORVO_SANITIZE)
-  if(NOT DEFINED options_of_${ORVO_SANITIZE})
+  if(NOT DEFINED ${ORVO_SANITIZE}_sanitizer_flags)
     message(FATAL_ERROR "ORVO_SANITIZE is address, thread or empty, not \"${ORVO_SANITIZE}\"")
   endif()
-  target_compile_options(orvo_settings INTERFACE ${options_of_${ORVO_SANITIZE}} -fno-omit-frame-pointer)
-  target_link_options(orvo_settings INTERFACE ${options_of_${ORVO_SANITIZE}})
-endif()
-
-# For executables that the framework is part of: lets the thread sanitizer see what the framework does.
-add_library(tsan_qt INTERFACE)
-if(ORVO_SANITIZE STREQUAL "thread")
-  add_library(tsan_qt_objects OBJECT ${CMAKE_SOURCE_DIR}/tests/support/tsanqt.cpp)
-  target_link_libraries(tsan_qt_objects PRIVATE Qt5::Core orvo_settings)
-  target_link_libraries(tsan_qt INTERFACE $<TARGET_OBJECTS:tsan_qt_objects>)
+  add_compile_options(${${ORVO_SANITIZE}_sanitizer_flags} -fno-omit-frame-pointer)
+  add_link_options(${${ORVO_SANITIZE}_sanitizer_flags})
 endif()
 if(ORVO_FUZZ)
-  # In everything that is linked, so that what an input reaches there leads to the next one.
-  set(sanitizers -fsanitize=fuzzer-no-link,address,undefined)
-  target_compile_options(orvo_settings INTERFACE ${sanitizers} -fno-sanitize-recover=all -fno-omit-frame-pointer)
-  target_link_options(orvo_settings INTERFACE ${sanitizers})
+  # In all code, so that the fuzzer sees which lines an input reaches.
+  set(fuzz_flags -fsanitize=fuzzer-no-link,address,undefined)
+  add_compile_options(${fuzz_flags} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(${fuzz_flags})
 endif()
 if(ORVO_COVERAGE)
-  target_compile_options(orvo_settings INTERFACE -fprofile-instr-generate -fcoverage-mapping)
-  target_link_options(orvo_settings INTERFACE -fprofile-instr-generate)
+  add_compile_options(-fprofile-instr-generate -fcoverage-mapping)
+  add_link_options(-fprofile-instr-generate)
 endif()
 
 # The Win32 API: the platform's on Windows; elsewhere Wine's declarations over the emulator's functions.
@@ -76,5 +68,5 @@ function(orvo_library name)
   cmake_parse_arguments(ARG "" "" "SOURCES;USES" ${ARGN})
   add_library(orvo_${name} STATIC ${ARG_SOURCES})
   target_include_directories(orvo_${name} PUBLIC ${CMAKE_SOURCE_DIR}/src)
-  target_link_libraries(orvo_${name} PUBLIC ${ARG_USES} PRIVATE orvo_settings)
+  target_link_libraries(orvo_${name} PUBLIC ${ARG_USES})
 endfunction()

@@ -1,8 +1,10 @@
 # What the tests run with when they are built with a sanitizer (ORVO_SANITIZE): sanitizer_environment and
-# sanitizer_launcher, for orvo_test(); and two tests around all others that see to the reports.
+# sanitizer_launcher, for orvo_test(); tsan_qt, which lets the thread sanitizer see what Qt does, to link executables
+# with; and two tests around all others that collect the reports.
 
 # A process that is killed, or whose output and exit code nobody looks at, still leaves its report here.
 set(sanitizer_reports ${CMAKE_BINARY_DIR}/sanitizer-reports)
+set(tsan_qt "")
 set(report_options "log_path=${sanitizer_reports}/report:log_exe_name=1")
 
 if(ORVO_SANITIZE STREQUAL "address")
@@ -11,6 +13,9 @@ if(ORVO_SANITIZE STREQUAL "address")
     "LSAN_OPTIONS=suppressions=${CMAKE_CURRENT_LIST_DIR}/leaks.supp:print_suppressions=0"
     "UBSAN_OPTIONS=print_stacktrace=1")
 elseif(ORVO_SANITIZE STREQUAL "thread")
+  add_library(tsan_qt OBJECT support/tsanqt.cpp)
+  target_link_libraries(tsan_qt PRIVATE Qt5::Core)
+  set(tsan_qt $<TARGET_OBJECTS:tsan_qt>)
   # The framework is built without this sanitizer, which sees its calls of intercepted functions (memcpy, free) but
   # hardly what orders them, and would report every object that an event hands over to another thread. Its containers
   # look with a relaxed load whether they still share their content. With these options no report needs suppressing.

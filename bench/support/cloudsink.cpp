@@ -1,6 +1,6 @@
-#include "support/cloudsink.h"
+#include "bench/support/cloudsink.h"
 
-#include "support/httphead.h"
+#include "tests/support/httphead.h"
 
 #include <arpa/inet.h>
 #include <poll.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "support/printjob.h"
+#include "bench/support/printjob.h"
 
 #include <QByteArray>
 #include <QHash>

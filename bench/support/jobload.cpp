@@ -1,6 +1,6 @@
-#include "support/jobload.h"
+#include "bench/support/jobload.h"
 
-#include "support/printjob.h"
+#include "bench/support/printjob.h"
 
 #include <QFile>
 #include <QFileInfo>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "support/stage.h"
+#include "bench/support/stage.h"
 
 #include <QByteArray>
 

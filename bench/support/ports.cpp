@@ -1,4 +1,4 @@
-#include "support/ports.h"
+#include "bench/support/ports.h"
 
 #include <QFile>
 #include <QHostAddress>

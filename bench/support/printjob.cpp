@@ -1,4 +1,4 @@
-#include "support/printjob.h"
+#include "bench/support/printjob.h"
 
 #include <arpa/inet.h>
 #include <sys/socket.h>

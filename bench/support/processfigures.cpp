@@ -1,4 +1,4 @@
-#include "support/processfigures.h"
+#include "bench/support/processfigures.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,6 +1,6 @@
-#include "support/stage.h"
+#include "bench/support/stage.h"
 
-#include "support/ports.h"
+#include "bench/support/ports.h"
 
 #include <QDate>
 

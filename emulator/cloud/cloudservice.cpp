@@ -1,6 +1,6 @@
-#include "cloud/cloudservice.h"
+#include "emulator/cloud/cloudservice.h"
 
-#include "cloud/servicestate.h"
+#include "emulator/cloud/servicestate.h"
 
 #include <httplib.h>
 

@@ -1,4 +1,4 @@
-#include "cloud/cloudservice.h"
+#include "emulator/cloud/cloudservice.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>

@@ -1,4 +1,4 @@
-#include "cloud/requests.h"
+#include "emulator/cloud/requests.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

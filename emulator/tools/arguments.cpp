@@ -1,4 +1,4 @@
-#include "tools/arguments.h"
+#include "emulator/tools/arguments.h"
 
 #include <charconv>
 

@@ -1,4 +1,4 @@
-#include "tools/connection.h"
+#include "emulator/tools/connection.h"
 
 #include <netdb.h>
 #include <poll.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "win32/model/ports.h"
+#include "emulator/win32/model/ports.h"
 
 #include <cstddef>
 #include <functional>

@@ -1,4 +1,4 @@
-#include "tools/inffile.h"
+#include "emulator/tools/inffile.h"
 
 #include <algorithm>
 #include <filesystem>

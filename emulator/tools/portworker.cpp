@@ -1,8 +1,8 @@
-#include "tools/portworker.h"
+#include "emulator/tools/portworker.h"
 
-#include "tools/connection.h"
-#include "win32/model/error.h"
-#include "win32/model/services.h"
+#include "emulator/tools/connection.h"
+#include "emulator/win32/model/error.h"
+#include "emulator/win32/model/services.h"
 
 #include <windows.h>
 #include <winspool.h>

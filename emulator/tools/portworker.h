@@ -1,6 +1,6 @@
 #pragma once
 
-#include "win32/model/jobs.h"
+#include "emulator/win32/model/jobs.h"
 
 #include <atomic>
 #include <string>

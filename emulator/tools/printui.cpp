@@ -1,12 +1,12 @@
-#include "tools/printui.h"
+#include "emulator/tools/printui.h"
 
-#include "tools/inffile.h"
-#include "tools/printuicommand.h"
-#include "win32/model/database.h"
-#include "win32/model/drivers.h"
-#include "win32/model/jobs.h"
-#include "win32/model/ports.h"
-#include "win32/model/printers.h"
+#include "emulator/tools/inffile.h"
+#include "emulator/tools/printuicommand.h"
+#include "emulator/win32/model/database.h"
+#include "emulator/win32/model/drivers.h"
+#include "emulator/win32/model/jobs.h"
+#include "emulator/win32/model/ports.h"
+#include "emulator/win32/model/printers.h"
 
 #include <filesystem>
 #include <fstream>

@@ -1,6 +1,6 @@
-#include "tools/printuicommand.h"
+#include "emulator/tools/printuicommand.h"
 
-#include "tools/arguments.h"
+#include "emulator/tools/arguments.h"
 
 #include <map>
 #include <set>

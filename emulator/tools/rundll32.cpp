@@ -1,8 +1,8 @@
 // Stands in for the system program that runs a function of a DLL; the one function it knows is the printer set-up.
 
-#include "tools/arguments.h"
-#include "tools/printui.h"
-#include "tools/toolmain.h"
+#include "emulator/tools/arguments.h"
+#include "emulator/tools/printui.h"
+#include "emulator/tools/toolmain.h"
 
 #include <cstdio>
 

@@ -1,7 +1,7 @@
 // The operator's hand on the emulated print spooler.
 
-#include "tools/spoolctlcommands.h"
-#include "tools/toolmain.h"
+#include "emulator/tools/spoolctlcommands.h"
+#include "emulator/tools/toolmain.h"
 
 #include <algorithm>
 #include <cstdio>

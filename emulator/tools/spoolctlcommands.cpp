@@ -1,12 +1,12 @@
-#include "tools/spoolctlcommands.h"
+#include "emulator/tools/spoolctlcommands.h"
 
-#include "win32/model/drivers.h"
-#include "win32/model/faults.h"
-#include "win32/model/jobs.h"
-#include "win32/model/ports.h"
-#include "win32/model/printerdata.h"
-#include "win32/model/printers.h"
-#include "win32/model/services.h"
+#include "emulator/win32/model/drivers.h"
+#include "emulator/win32/model/faults.h"
+#include "emulator/win32/model/jobs.h"
+#include "emulator/win32/model/ports.h"
+#include "emulator/win32/model/printerdata.h"
+#include "emulator/win32/model/printers.h"
+#include "emulator/win32/model/services.h"
 
 #include <windows.h>
 #include <winspool.h>

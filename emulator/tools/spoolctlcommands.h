@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tools/arguments.h"
+#include "emulator/tools/arguments.h"
 
 namespace Tools {
 

@@ -1,9 +1,9 @@
 // The print spooler at work: sends the queued jobs of the emulated machine to the hosts behind their ports.
 
-#include "tools/portworker.h"
-#include "tools/toolmain.h"
-#include "win32/model/filelock.h"
-#include "win32/model/home.h"
+#include "emulator/tools/portworker.h"
+#include "emulator/tools/toolmain.h"
+#include "emulator/win32/model/filelock.h"
+#include "emulator/win32/model/home.h"
 
 #include <chrono>
 #include <csignal>

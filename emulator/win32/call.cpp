@@ -1,8 +1,8 @@
-#include "win32/call.h"
+#include "emulator/win32/call.h"
 
-#include "win32/model/calls.h"
-#include "win32/model/error.h"
-#include "win32/model/faults.h"
+#include "emulator/win32/model/calls.h"
+#include "emulator/win32/model/error.h"
+#include "emulator/win32/model/faults.h"
 
 #include <cstdio>
 #include <map>

@@ -1,15 +1,15 @@
-#include "win32/control.h"
+#include "emulator/win32/control.h"
 
-#include "win32/call.h"
-#include "win32/model/calls.h"
-#include "win32/model/faults.h"
-#include "win32/model/jobs.h"
-#include "win32/model/printerdata.h"
-#include "win32/model/schema.h"
-#include "win32/printerhandle.h"
-#include "win32/registry.h"
-#include "win32/servicehandle.h"
-#include "win32/time.h"
+#include "emulator/win32/call.h"
+#include "emulator/win32/model/calls.h"
+#include "emulator/win32/model/faults.h"
+#include "emulator/win32/model/jobs.h"
+#include "emulator/win32/model/printerdata.h"
+#include "emulator/win32/model/schema.h"
+#include "emulator/win32/printerhandle.h"
+#include "emulator/win32/registry.h"
+#include "emulator/win32/servicehandle.h"
+#include "emulator/win32/time.h"
 
 #include <sstream>
 

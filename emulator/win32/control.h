@@ -1,10 +1,10 @@
 #pragma once
 
-#include "win32/model/drivers.h"
-#include "win32/model/ports.h"
-#include "win32/model/printers.h"
-#include "win32/model/services.h"
-#include "win32/model/submissiontime.h"
+#include "emulator/win32/model/drivers.h"
+#include "emulator/win32/model/ports.h"
+#include "emulator/win32/model/printers.h"
+#include "emulator/win32/model/services.h"
+#include "emulator/win32/model/submissiontime.h"
 
 #include <functional>
 #include <optional>

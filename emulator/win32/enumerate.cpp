@@ -1,8 +1,8 @@
-#include "win32/call.h"
-#include "win32/model/drivers.h"
-#include "win32/model/names.h"
-#include "win32/model/ports.h"
-#include "win32/printerinfo.h"
+#include "emulator/win32/call.h"
+#include "emulator/win32/model/drivers.h"
+#include "emulator/win32/model/names.h"
+#include "emulator/win32/model/ports.h"
+#include "emulator/win32/printerinfo.h"
 
 #include <algorithm>
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "win32/api.h"
-#include "win32/model/error.h"
-#include "win32/utf16.h"
+#include "emulator/win32/api.h"
+#include "emulator/win32/model/error.h"
+#include "emulator/win32/utf16.h"
 
 #include <cstring>
 #include <vector>

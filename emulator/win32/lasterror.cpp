@@ -1,4 +1,4 @@
-#include "win32/api.h"
+#include "emulator/win32/api.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
-#include "win32/call.h"
-#include "win32/handletable.h"
-#include "win32/model/error.h"
-#include "win32/model/home.h"
-#include "win32/utf16.h"
+#include "emulator/win32/call.h"
+#include "emulator/win32/handletable.h"
+#include "emulator/win32/model/error.h"
+#include "emulator/win32/model/home.h"
+#include "emulator/win32/utf16.h"
 
 #include <sys/socket.h>
 #include <sys/un.h>

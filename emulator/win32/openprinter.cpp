@@ -1,9 +1,9 @@
-#include "win32/api.h"
-#include "win32/call.h"
-#include "win32/model/error.h"
-#include "win32/printerhandle.h"
-#include "win32/utf16.h"
-#include "win32/xcv.h"
+#include "emulator/win32/api.h"
+#include "emulator/win32/call.h"
+#include "emulator/win32/model/error.h"
+#include "emulator/win32/printerhandle.h"
+#include "emulator/win32/utf16.h"
+#include "emulator/win32/xcv.h"
 
 using namespace Win32Emulator;
 

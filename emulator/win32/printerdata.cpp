@@ -1,8 +1,8 @@
-#include "win32/model/printerdata.h"
+#include "emulator/win32/model/printerdata.h"
 
-#include "win32/call.h"
-#include "win32/infoblock.h"
-#include "win32/printerhandle.h"
+#include "emulator/win32/call.h"
+#include "emulator/win32/infoblock.h"
+#include "emulator/win32/printerhandle.h"
 
 using namespace Win32Emulator;
 

@@ -1,6 +1,6 @@
-#include "win32/printerhandle.h"
+#include "emulator/win32/printerhandle.h"
 
-#include "win32/model/error.h"
+#include "emulator/win32/model/error.h"
 
 namespace Win32Emulator {
 

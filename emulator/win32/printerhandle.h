@@ -1,8 +1,8 @@
 #pragma once
 
-#include "win32/api.h"
-#include "win32/handletable.h"
-#include "win32/model/printers.h"
+#include "emulator/win32/api.h"
+#include "emulator/win32/handletable.h"
+#include "emulator/win32/model/printers.h"
 
 #include <optional>
 #include <string>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "win32/infoblock.h"
-#include "win32/model/printers.h"
+#include "emulator/win32/infoblock.h"
+#include "emulator/win32/model/printers.h"
 
 namespace Win32Emulator {
 

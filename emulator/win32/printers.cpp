@@ -1,7 +1,7 @@
-#include "win32/call.h"
-#include "win32/model/jobs.h"
-#include "win32/printerhandle.h"
-#include "win32/printerinfo.h"
+#include "emulator/win32/call.h"
+#include "emulator/win32/model/jobs.h"
+#include "emulator/win32/printerhandle.h"
+#include "emulator/win32/printerinfo.h"
 
 using namespace Win32Emulator;
 

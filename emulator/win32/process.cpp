@@ -1,5 +1,5 @@
-#include "win32/call.h"
-#include "win32/infoblock.h"
+#include "emulator/win32/call.h"
+#include "emulator/win32/infoblock.h"
 
 #include <sys/stat.h>
 #include <unistd.h>

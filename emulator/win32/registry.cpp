@@ -1,9 +1,9 @@
-#include "win32/registry.h"
+#include "emulator/win32/registry.h"
 
-#include "win32/call.h"
-#include "win32/infoblock.h"
-#include "win32/model/drivers.h"
-#include "win32/model/names.h"
+#include "emulator/win32/call.h"
+#include "emulator/win32/infoblock.h"
+#include "emulator/win32/model/drivers.h"
+#include "emulator/win32/model/names.h"
 
 #include <optional>
 #include <utility>

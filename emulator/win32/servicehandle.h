@@ -1,7 +1,7 @@
 #pragma once
 
-#include "win32/api.h"
-#include "win32/handletable.h"
+#include "emulator/win32/api.h"
+#include "emulator/win32/handletable.h"
 
 #include <string>
 

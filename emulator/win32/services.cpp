@@ -1,8 +1,8 @@
-#include "win32/model/services.h"
+#include "emulator/win32/model/services.h"
 
-#include "win32/call.h"
-#include "win32/infoblock.h"
-#include "win32/servicehandle.h"
+#include "emulator/win32/call.h"
+#include "emulator/win32/infoblock.h"
+#include "emulator/win32/servicehandle.h"
 
 using namespace Win32Emulator;
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "win32/api.h"
+#include "emulator/win32/api.h"
 
 // What a caller hands to the Standard TCP/IP port monitor, as the platform's header of this name declares it.
 

@@ -1,6 +1,6 @@
-#include "win32/time.h"
+#include "emulator/win32/time.h"
 
-#include "win32/call.h"
+#include "emulator/win32/call.h"
 
 #include <atomic>
 #include <chrono>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "win32/api.h"
+#include "emulator/win32/api.h"
 
 namespace Win32Emulator {
 

@@ -1,6 +1,6 @@
-#include "win32/utf16.h"
+#include "emulator/win32/utf16.h"
 
-#include "win32/model/names.h"
+#include "emulator/win32/model/names.h"
 
 namespace Win32Emulator {
 

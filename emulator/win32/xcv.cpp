@@ -1,11 +1,11 @@
-#include "win32/xcv.h"
+#include "emulator/win32/xcv.h"
 
-#include "win32/call.h"
-#include "win32/infoblock.h"
-#include "win32/model/names.h"
-#include "win32/model/ports.h"
-#include "win32/printerhandle.h"
-#include "win32/tcpxcv.h"
+#include "emulator/win32/call.h"
+#include "emulator/win32/infoblock.h"
+#include "emulator/win32/model/names.h"
+#include "emulator/win32/model/ports.h"
+#include "emulator/win32/printerhandle.h"
+#include "emulator/win32/tcpxcv.h"
 
 #include <algorithm>
 #include <functional>

@@ -3,7 +3,7 @@
 #include <QFile>
 #include <QFileInfo>
 
-#include "spooler/win32.h"
+#include "src/spooler/win32.h"
 
 namespace {
 

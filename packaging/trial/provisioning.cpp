@@ -1,9 +1,9 @@
 #include "packaging/trial/provisioning.h"
 
-#include "spooler/cprinter.h"
-#include "store/cloudprinter.h"
+#include "src/spooler/cprinter.h"
+#include "src/store/cloudprinter.h"
 
-#include "spooler/win32.h"
+#include "src/spooler/win32.h"
 
 namespace {
 

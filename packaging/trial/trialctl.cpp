@@ -5,12 +5,12 @@
 
 #include "packaging/trial/printing.h"
 #include "packaging/trial/provisioning.h"
-#include "spooler/cprinter.h"
+#include "src/spooler/cprinter.h"
 
 #include <QCoreApplication>
 #include <QTextStream>
 
-#include "spooler/win32.h"
+#include "src/spooler/win32.h"
 
 namespace {
 

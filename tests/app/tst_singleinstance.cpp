@@ -1,5 +1,5 @@
-#include "app/qtsingleapplication.h"
-#include "support/programfolder.h"
+#include "src/app/qtsingleapplication.h"
+#include "tests/support/programfolder.h"
 
 #include <QElapsedTimer>
 #include <QLocalSocket>

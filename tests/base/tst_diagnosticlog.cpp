@@ -1,4 +1,4 @@
-#include "base/diagnosticlog.h"
+#include "src/base/diagnosticlog.h"
 
 #include <QCoreApplication>
 #include <QDebug>

@@ -1,10 +1,10 @@
-#include "base/runningthreads.h"
-#include "capture/printerserver.h"
-#include "capture/printerthread.h"
-#include "capture/relaylink.h"
-#include "cloud/cloudservice.h"
-#include "cloud/protocol.h"
-#include "support/logrecorder.h"
+#include "src/base/runningthreads.h"
+#include "src/capture/printerserver.h"
+#include "src/capture/printerthread.h"
+#include "src/capture/relaylink.h"
+#include "emulator/cloud/cloudservice.h"
+#include "src/cloud/protocol.h"
+#include "tests/support/logrecorder.h"
 
 #include <QElapsedTimer>
 #include <QJsonObject>
@@ -12,7 +12,7 @@
 #include <QTcpSocket>
 #include <QTest>
 
-#include "win32/control.h"
+#include "emulator/win32/control.h"
 
 #include <sys/resource.h>
 #include <sys/socket.h>

@@ -1,9 +1,9 @@
 // What goes to the cloud, and when. What becomes of a job when the cloud is in trouble is tested with the whole window.
 
-#include "cloud/cloud.h"
-#include "cloud/protocol.h"
-#include "cloud/statethread.h"
-#include "support/rawhttppeer.h"
+#include "src/cloud/cloud.h"
+#include "src/cloud/protocol.h"
+#include "src/cloud/statethread.h"
+#include "tests/support/rawhttppeer.h"
 
 #include <QJsonArray>
 #include <QJsonObject>

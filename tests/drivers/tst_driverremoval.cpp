@@ -1,6 +1,6 @@
-#include "spooler/cprinter.h"
-#include "support/logrecorder.h"
-#include "support/machine.h"
+#include "src/spooler/cprinter.h"
+#include "tests/support/logrecorder.h"
+#include "tests/support/machine.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -9,7 +9,7 @@
 #include <windows.h>
 #include <winsvc.h>
 
-#include "win32/control.h"
+#include "emulator/win32/control.h"
 
 namespace {
 

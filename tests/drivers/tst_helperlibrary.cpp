@@ -1,13 +1,13 @@
-#include "spooler/cprinter.h"
-#include "support/logrecorder.h"
-#include "workflows/addprinterthread.h"
+#include "src/spooler/cprinter.h"
+#include "tests/support/logrecorder.h"
+#include "src/workflows/addprinterthread.h"
 
 #include <QCoreApplication>
 #include <QFile>
 #include <QSignalSpy>
 #include <QTest>
 
-#include "win32/control.h"
+#include "emulator/win32/control.h"
 
 #include <atomic>
 #include <thread>

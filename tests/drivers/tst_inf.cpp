@@ -1,6 +1,6 @@
-#include "spooler/cprinter.h"
-#include "spooler/inffile.h"
-#include "support/logrecorder.h"
+#include "src/spooler/cprinter.h"
+#include "src/spooler/inffile.h"
+#include "tests/support/logrecorder.h"
 
 #include <QBuffer>
 #include <QElapsedTimer>
@@ -8,7 +8,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include "win32/control.h"
+#include "emulator/win32/control.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
-#include "base/runningthreads.h"
-#include "spooler/cprinter.h"
-#include "support/logrecorder.h"
-#include "support/machine.h"
+#include "src/base/runningthreads.h"
+#include "src/spooler/cprinter.h"
+#include "tests/support/logrecorder.h"
+#include "tests/support/machine.h"
 
 #include <QRegularExpression>
 #include <QTest>
@@ -10,7 +10,7 @@
 #include <windows.h>
 #include <winsvc.h>
 
-#include "win32/control.h"
+#include "emulator/win32/control.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "desktop.h"
+#include "tests/endtoend/desktop.h"
 
 #include <QProcessEnvironment>
 

@@ -1,8 +1,8 @@
 // A user adds, changes and removes a printer in the real program, and prints to it through the real spooler.
 
-#include "user.h"
+#include "tests/endtoend/user.h"
 
-#include "support/installation.h"
+#include "tests/support/installation.h"
 
 #include <QTest>
 

@@ -1,7 +1,7 @@
 // The real program between a real spooler and a real cloud service, each a process of its own, and what becomes of jobs
 // when one of them is killed.
 
-#include "support/installation.h"
+#include "tests/support/installation.h"
 
 #include <QRandomGenerator>
 #include <QTest>

@@ -1,6 +1,6 @@
-#include "user.h"
+#include "tests/endtoend/user.h"
 
-#include "ui/driveritem.h"
+#include "src/ui/driveritem.h"
 
 #include <QPushButton>
 #include <QTest>

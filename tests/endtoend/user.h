@@ -1,9 +1,9 @@
 #pragma once
 
-#include "desktop.h"
+#include "tests/endtoend/desktop.h"
 
-#include "support/programfolder.h"
-#include "ui/roadfixture.h"
+#include "tests/support/programfolder.h"
+#include "tests/ui/roadfixture.h"
 
 /// Who sits before the real program and uses it by mouse and keyboard. What is clicked on stands where it stands in a
 /// window of the test itself.

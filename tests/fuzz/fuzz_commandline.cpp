@@ -1,17 +1,17 @@
 // The command lines of the emulated set-up and of the operator's tool, one word a line, and what the set-up then does
 // to the emulated machine in $WIN32_EMULATOR_HOME.
 
-#include "support.h"
+#include "tests/fuzz/support.h"
 
-#include "tools/arguments.h"
-#include "tools/printui.h"
-#include "tools/printuicommand.h"
-#include "win32/model/drivers.h"
-#include "win32/model/home.h"
-#include "win32/model/jobs.h"
-#include "win32/model/ports.h"
-#include "win32/model/printers.h"
-#include "win32/model/schema.h"
+#include "emulator/tools/arguments.h"
+#include "emulator/tools/printui.h"
+#include "emulator/tools/printuicommand.h"
+#include "emulator/win32/model/drivers.h"
+#include "emulator/win32/model/home.h"
+#include "emulator/win32/model/jobs.h"
+#include "emulator/win32/model/ports.h"
+#include "emulator/win32/model/printers.h"
+#include "emulator/win32/model/schema.h"
 
 #include <algorithm>
 #include <fstream>

@@ -1,10 +1,10 @@
 // An INF file, as the program and as the emulated set-up read it.
 
-#include "codepages.h"
-#include "support.h"
+#include "tests/fuzz/codepages.h"
+#include "tests/fuzz/support.h"
 
-#include "spooler/inffile.h"
-#include "tools/inffile.h"
+#include "src/spooler/inffile.h"
+#include "emulator/tools/inffile.h"
 
 #include <QBuffer>
 

@@ -1,8 +1,8 @@
 // What arrives on the socket of the single instance, in chunks of any size.
 
-#include "support.h"
+#include "tests/fuzz/support.h"
 
-#include "app/instancemessage.h"
+#include "src/app/instancemessage.h"
 
 #include <QIODevice>
 

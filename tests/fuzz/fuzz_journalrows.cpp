@@ -1,9 +1,9 @@
 // A day's journal as the print details show it.
 
-#include "codepages.h"
-#include "support.h"
+#include "tests/fuzz/codepages.h"
+#include "tests/fuzz/support.h"
 
-#include "ui/detailrows.h"
+#include "src/ui/detailrows.h"
 
 #include <QBuffer>
 #include <QTextStream>

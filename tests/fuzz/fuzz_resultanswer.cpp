@@ -1,8 +1,8 @@
 // What the cloud service answers to the question for a job's result.
 
-#include "json.h"
+#include "tests/fuzz/json.h"
 
-#include "cloud/protocol.h"
+#include "src/cloud/protocol.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 // What the cloud service answers to a job's submission, up to the address of the first question for its result.
 
-#include "json.h"
+#include "tests/fuzz/json.h"
 
-#include "cloud/baseaddress.h"
-#include "cloud/protocol.h"
+#include "src/cloud/baseaddress.h"
+#include "src/cloud/protocol.h"
 
 #include <QUrl>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "support.h"
+#include "tests/fuzz/support.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

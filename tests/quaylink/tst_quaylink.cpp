@@ -5,7 +5,7 @@
 #include <QTest>
 
 #include "quaylink/quaylink.h"
-#include "win32/control.h"
+#include "emulator/win32/control.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "storecontent.h"
+#include "tests/resilience/storecontent.h"
 
 #include <QSqlDatabase>
 #include <QSqlQuery>

@@ -1,4 +1,4 @@
-#include "textpieces.h"
+#include "tests/resilience/textpieces.h"
 
 #include <QFile>
 #include <QRegularExpression>

@@ -1,7 +1,7 @@
 // What comes in on the ports of the real program besides print jobs: connections that stay, that are broken off, that
 // come by the thousand, and that bring more than there is memory for.
 
-#include "support/installation.h"
+#include "tests/support/installation.h"
 
 #include <QDir>
 #include <QElapsedTimer>

@@ -1,10 +1,10 @@
 // The disk fills up under the running program: what it cannot write is dropped as a whole, and nothing else suffers.
 
-#include "storecontent.h"
-#include "textpieces.h"
+#include "tests/resilience/storecontent.h"
+#include "tests/resilience/textpieces.h"
 
-#include "endtoend/user.h"
-#include "support/installation.h"
+#include "tests/endtoend/user.h"
+#include "tests/support/installation.h"
 
 #include <QFile>
 #include <QTest>

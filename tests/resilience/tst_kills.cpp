@@ -2,11 +2,11 @@
 // stays whole. ORVO_KILLS is the number of kills, ORVO_SEED the seed; more than three hundred kills want a longer
 // QTEST_FUNCTION_TIMEOUT (ms).
 
-#include "storecontent.h"
-#include "textpieces.h"
+#include "tests/resilience/storecontent.h"
+#include "tests/resilience/textpieces.h"
 
-#include "endtoend/user.h"
-#include "support/installation.h"
+#include "tests/endtoend/user.h"
+#include "tests/support/installation.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>

@@ -1,8 +1,8 @@
 // From another machine nobody can print: the ports of the printers are open on the loopback address alone. The test has
 // a network of its own, with a second one beside it, and reaches nothing outside of them.
 
-#include "support/freeport.h"
-#include "support/installation.h"
+#include "tests/support/freeport.h"
+#include "tests/support/installation.h"
 
 #include <QFile>
 #include <QRegularExpression>

@@ -1,6 +1,6 @@
-#include "books.h"
+#include "tests/soak/books.h"
 
-#include "cloud/protocol.h"
+#include "src/cloud/protocol.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,4 +1,4 @@
-#include "heartbeat.h"
+#include "tests/soak/heartbeat.h"
 
 #include <QElapsedTimer>
 

@@ -1,11 +1,11 @@
 // The real program under load for minutes: a dozen printers and a user, a spooler and a cloud service that misbehaves,
 // each a process of its own. Ends with a table, and with 1 if the books do not balance or something was left behind.
 
-#include "books.h"
-#include "endtoend/user.h"
-#include "heartbeat.h"
-#include "support/installation.h"
-#include "support/processfigures.h"
+#include "tests/soak/books.h"
+#include "tests/endtoend/user.h"
+#include "tests/soak/heartbeat.h"
+#include "tests/support/installation.h"
+#include "bench/support/processfigures.h"
 
 #include <QApplication>
 #include <QCommandLineParser>

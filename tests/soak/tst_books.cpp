@@ -1,6 +1,6 @@
 // The books of a run under load must not balance when something was lost, doubled or mixed up.
 
-#include "books.h"
+#include "tests/soak/books.h"
 
 #include <QDir>
 #include <QFile>

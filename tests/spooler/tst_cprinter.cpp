@@ -1,13 +1,13 @@
-#include "spooler/cprinter.h"
-#include "support/logrecorder.h"
-#include "support/machine.h"
+#include "src/spooler/cprinter.h"
+#include "tests/support/logrecorder.h"
+#include "tests/support/machine.h"
 
 #include <QTest>
 #include <QThread>
 
 #include <windows.h>
 
-#include "win32/control.h"
+#include "emulator/win32/control.h"
 
 #include <memory>
 

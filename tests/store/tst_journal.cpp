@@ -1,4 +1,4 @@
-#include "store/journal.h"
+#include "src/store/journal.h"
 
 #include <QCoreApplication>
 #include <QDate>

@@ -1,4 +1,4 @@
-#include "store/printerstore.h"
+#include "src/store/printerstore.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,6 +1,6 @@
-#include "support/installation.h"
+#include "tests/support/installation.h"
 
-#include "support/freeport.h"
+#include "tests/support/freeport.h"
 
 #include <QFile>
 #include <QUrl>

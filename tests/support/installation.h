@@ -1,6 +1,6 @@
 #pragma once
 
-#include "support/programfolder.h"
+#include "tests/support/programfolder.h"
 
 #include <QByteArray>
 #include <QStringList>

@@ -1,4 +1,4 @@
-#include "support/logrecorder.h"
+#include "tests/support/logrecorder.h"
 
 LogRecorder *LogRecorder::s_current = nullptr;
 

@@ -1,6 +1,6 @@
-#include "support/machine.h"
+#include "tests/support/machine.h"
 
-#include "win32/control.h"
+#include "emulator/win32/control.h"
 
 using namespace Win32Emulator;
 

@@ -1,4 +1,4 @@
-#include "support/programfolder.h"
+#include "tests/support/programfolder.h"
 
 #include <QDate>
 #include <QDir>

@@ -1,6 +1,6 @@
-#include "support/rawhttppeer.h"
+#include "tests/support/rawhttppeer.h"
 
-#include "support/httphead.h"
+#include "tests/support/httphead.h"
 
 #include <QHash>
 #include <QHostAddress>

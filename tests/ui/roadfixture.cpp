@@ -1,11 +1,11 @@
-#include "roadfixture.h"
+#include "tests/ui/roadfixture.h"
 
-#include "base/runningthreads.h"
-#include "store/journal.h"
-#include "support/freeport.h"
-#include "ui/appearance.h"
-#include "ui/driveritem.h"
-#include "ui/errordialog.h"
+#include "src/base/runningthreads.h"
+#include "src/store/journal.h"
+#include "tests/support/freeport.h"
+#include "src/ui/appearance.h"
+#include "src/ui/driveritem.h"
+#include "src/ui/errordialog.h"
 
 #include <QApplication>
 #include <QDir>
@@ -17,7 +17,7 @@
 #include <QTcpSocket>
 #include <QTest>
 
-#include "win32/control.h"
+#include "emulator/win32/control.h"
 
 #include <utility>
 

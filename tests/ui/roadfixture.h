@@ -1,10 +1,10 @@
 #pragma once
 
-#include "cloud/cloudservice.h"
-#include "cloud/protocol.h"
-#include "support/logrecorder.h"
-#include "support/rawhttppeer.h"
-#include "ui/velmainwindow.h"
+#include "emulator/cloud/cloudservice.h"
+#include "src/cloud/protocol.h"
+#include "tests/support/logrecorder.h"
+#include "tests/support/rawhttppeer.h"
+#include "src/ui/velmainwindow.h"
 
 #include <QElapsedTimer>
 #include <QStringList>

@@ -1,18 +1,18 @@
 // The card: device state, test page, messages, and its end while a job is on the road.
 
-#include "roadfixture.h"
+#include "tests/ui/roadfixture.h"
 
-#include "base/runningthreads.h"
-#include "support/timers.h"
-#include "ui/driveritem.h"
-#include "ui/qcircleprocess.h"
+#include "src/base/runningthreads.h"
+#include "tests/support/timers.h"
+#include "src/ui/driveritem.h"
+#include "src/ui/qcircleprocess.h"
 
 #include <QElapsedTimer>
 #include <QPushButton>
 #include <QTcpSocket>
 #include <QTest>
 
-#include "win32/control.h"
+#include "emulator/win32/control.h"
 
 using namespace Script;
 using namespace std::chrono_literals;

@@ -1,10 +1,10 @@
 // The print details: the journal's records, the queue's jobs, the tool tips, and the dialog over the window.
 
-#include "roadfixture.h"
+#include "tests/ui/roadfixture.h"
 
-#include "store/journal.h"
-#include "ui/driveritem.h"
-#include "ui/settingsdlg.h"
+#include "src/store/journal.h"
+#include "src/ui/driveritem.h"
+#include "src/ui/settingsdlg.h"
 
 #include <QApplication>
 #include <QDir>
@@ -13,7 +13,7 @@
 #include <QTest>
 #include <QToolTip>
 
-#include "win32/control.h"
+#include "emulator/win32/control.h"
 
 namespace {
 

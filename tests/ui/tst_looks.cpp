@@ -1,14 +1,14 @@
 // What the window looks like and how it is used without a mouse.
 
-#include "roadfixture.h"
+#include "tests/ui/roadfixture.h"
 
-#include "support/freeport.h"
-#include "ui/appearance.h"
-#include "ui/actionbutton.h"
-#include "ui/driveritem.h"
-#include "ui/errordialog.h"
-#include "ui/qcircleprocess.h"
-#include "ui/settingsdlg.h"
+#include "tests/support/freeport.h"
+#include "src/ui/appearance.h"
+#include "src/ui/actionbutton.h"
+#include "src/ui/driveritem.h"
+#include "src/ui/errordialog.h"
+#include "src/ui/qcircleprocess.h"
+#include "src/ui/settingsdlg.h"
 
 #include <QApplication>
 #include <QLabel>
@@ -18,7 +18,7 @@
 #include <QScrollArea>
 #include <QTest>
 
-#include "win32/control.h"
+#include "emulator/win32/control.h"
 
 namespace {
 

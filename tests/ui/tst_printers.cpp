@@ -1,13 +1,13 @@
 // The printers of the window: added on its add page, changed and removed on their cards.
 
-#include "roadfixture.h"
+#include "tests/ui/roadfixture.h"
 
-#include "base/runningthreads.h"
-#include "spooler/cprinter.h"
-#include "store/printerstore.h"
-#include "ui/driveritem.h"
-#include "ui/settingsdlg.h"
-#include "ui/waittingdlg.h"
+#include "src/base/runningthreads.h"
+#include "src/spooler/cprinter.h"
+#include "src/store/printerstore.h"
+#include "src/ui/driveritem.h"
+#include "src/ui/settingsdlg.h"
+#include "src/ui/waittingdlg.h"
 
 #include <QApplication>
 #include <QLabel>
@@ -25,7 +25,7 @@
 
 #include <algorithm>
 
-#include "win32/control.h"
+#include "emulator/win32/control.h"
 
 namespace {
 

@@ -1,10 +1,10 @@
 // What becomes of a job that the cloud has taken.
 
-#include "roadfixture.h"
+#include "tests/ui/roadfixture.h"
 
 #include <QTest>
 
-#include "win32/control.h"
+#include "emulator/win32/control.h"
 
 using namespace Script;
 

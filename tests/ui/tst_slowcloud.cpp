@@ -1,8 +1,8 @@
 // A cloud that takes its time; all that waits long does so at once.
 
-#include "roadfixture.h"
+#include "tests/ui/roadfixture.h"
 
-#include "base/runningthreads.h"
+#include "src/base/runningthreads.h"
 
 #include <QElapsedTimer>
 #include <QTest>

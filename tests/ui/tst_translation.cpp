@@ -1,6 +1,6 @@
 // The framework's own texts: in Chinese with the translation that lies beside the program, and no obstacle without it.
 
-#include "support/programfolder.h"
+#include "tests/support/programfolder.h"
 
 #include <QDialogButtonBox>
 #include <QDir>

@@ -1,7 +1,7 @@
 // The real program with a real tray: a display in memory, a window manager, a host for tray icons, and a hand that
 // clicks.
 
-#include "support/installation.h"
+#include "tests/support/installation.h"
 
 #include <QStandardPaths>
 #include <QTcpSocket>

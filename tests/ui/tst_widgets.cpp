@@ -1,7 +1,7 @@
-#include "ui/appearance.h"
-#include "ui/errordialog.h"
-#include "ui/qcircleprocess.h"
-#include "ui/waittingdlg.h"
+#include "src/ui/appearance.h"
+#include "src/ui/errordialog.h"
+#include "src/ui/qcircleprocess.h"
+#include "src/ui/waittingdlg.h"
 
 #include <QLabel>
 #include <QMovie>

@@ -1,12 +1,12 @@
-#include "support/machine.h"
-#include "support/logrecorder.h"
-#include "workflows/addprinterthread.h"
+#include "tests/support/machine.h"
+#include "tests/support/logrecorder.h"
+#include "src/workflows/addprinterthread.h"
 
 #include <QTest>
 
 #include <windows.h>
 
-#include "win32/control.h"
+#include "emulator/win32/control.h"
 
 namespace {
 

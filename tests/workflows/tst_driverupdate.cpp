@@ -1,10 +1,10 @@
-#include "workflows/drivercheck.h"
+#include "src/workflows/drivercheck.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QTest>
 
-#include "win32/control.h"
+#include "emulator/win32/control.h"
 
 namespace {
 

@@ -1,10 +1,10 @@
-#include "support/machine.h"
-#include "support/logrecorder.h"
-#include "workflows/removeprinterthread.h"
+#include "tests/support/machine.h"
+#include "tests/support/logrecorder.h"
+#include "src/workflows/removeprinterthread.h"
 
 #include <QTest>
 
-#include "win32/control.h"
+#include "emulator/win32/control.h"
 
 namespace {
 

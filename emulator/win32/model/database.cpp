@@ -1,9 +1,9 @@
-#include "win32/model/database.h"
+#include "emulator/win32/model/database.h"
 
-#include "win32/model/filelock.h"
-#include "win32/model/home.h"
-#include "win32/model/names.h"
-#include "win32/model/schema.h"
+#include "emulator/win32/model/filelock.h"
+#include "emulator/win32/model/home.h"
+#include "emulator/win32/model/names.h"
+#include "emulator/win32/model/schema.h"
 
 #include <sqlite3.h>
 #include <sys/stat.h>

@@ -1,8 +1,8 @@
-#include "win32/model/drivers.h"
+#include "emulator/win32/model/drivers.h"
 
-#include "win32/model/database.h"
-#include "win32/model/error.h"
-#include "win32/model/names.h"
+#include "emulator/win32/model/database.h"
+#include "emulator/win32/model/error.h"
+#include "emulator/win32/model/names.h"
 
 #include <windows.h>
 

@@ -1,4 +1,4 @@
-#include "win32/model/filelock.h"
+#include "emulator/win32/model/filelock.h"
 
 #include <fcntl.h>
 #include <sys/file.h>

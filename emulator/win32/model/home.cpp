@@ -1,4 +1,4 @@
-#include "win32/model/home.h"
+#include "emulator/win32/model/home.h"
 
 #include <cstdlib>
 #include <filesystem>

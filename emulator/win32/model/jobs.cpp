@@ -1,9 +1,9 @@
-#include "win32/model/jobs.h"
+#include "emulator/win32/model/jobs.h"
 
-#include "win32/model/database.h"
-#include "win32/model/error.h"
-#include "win32/model/home.h"
-#include "win32/model/printers.h"
+#include "emulator/win32/model/database.h"
+#include "emulator/win32/model/error.h"
+#include "emulator/win32/model/home.h"
+#include "emulator/win32/model/printers.h"
 
 #include <windows.h>
 

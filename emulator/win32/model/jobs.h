@@ -1,6 +1,6 @@
 #pragma once
 
-#include "win32/model/submissiontime.h"
+#include "emulator/win32/model/submissiontime.h"
 
 #include <cstdint>
 #include <iosfwd>

@@ -1,4 +1,4 @@
-#include "win32/model/names.h"
+#include "emulator/win32/model/names.h"
 
 #include <locale.h>
 #include <wctype.h>

@@ -1,6 +1,6 @@
-#include "win32/model/printerdata.h"
+#include "emulator/win32/model/printerdata.h"
 
-#include "win32/model/database.h"
+#include "emulator/win32/model/database.h"
 
 namespace Win32Emulator::Model {
 

@@ -1,10 +1,10 @@
-#include "win32/model/printers.h"
+#include "emulator/win32/model/printers.h"
 
-#include "win32/model/database.h"
-#include "win32/model/drivers.h"
-#include "win32/model/error.h"
-#include "win32/model/jobs.h"
-#include "win32/model/ports.h"
+#include "emulator/win32/model/database.h"
+#include "emulator/win32/model/drivers.h"
+#include "emulator/win32/model/error.h"
+#include "emulator/win32/model/jobs.h"
+#include "emulator/win32/model/ports.h"
 
 #include <windows.h>
 

@@ -1,7 +1,7 @@
-#include "win32/model/schema.h"
+#include "emulator/win32/model/schema.h"
 
-#include "win32/model/database.h"
-#include "win32/model/home.h"
+#include "emulator/win32/model/database.h"
+#include "emulator/win32/model/home.h"
 
 #include <filesystem>
 #include <vector>

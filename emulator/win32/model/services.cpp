@@ -1,7 +1,7 @@
-#include "win32/model/services.h"
+#include "emulator/win32/model/services.h"
 
-#include "win32/model/database.h"
-#include "win32/model/error.h"
+#include "emulator/win32/model/database.h"
+#include "emulator/win32/model/error.h"
 
 #include <windows.h>
 

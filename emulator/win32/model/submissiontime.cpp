@@ -1,4 +1,4 @@
-#include "win32/model/submissiontime.h"
+#include "emulator/win32/model/submissiontime.h"
 
 #include <ctime>
 
