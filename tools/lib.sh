@@ -20,7 +20,8 @@ build_packages=(
 test_packages=(
     fonts-noto-cjk               # for the tests that look at what is drawn
     xvfb openbox trayer xdotool  # a display with a window manager and a tray, and a hand
-    iproute2                     # a second network, from which nobody may reach the program
+    iproute2                     # a network for each test, and a second one that may not reach the program
+    tzdata                       # a time zone other than UTC
 )
 # shellcheck disable=SC2034
 run_packages=(
@@ -104,6 +105,16 @@ windows_qt_archive() {
 # The texts of the program and of its files are Chinese, in the system's 8-bit code page.
 use_utf8() {
     [[ $(locale charmap 2>/dev/null) == UTF-8 ]] || export LC_ALL=C.UTF-8
+}
+
+# in_own_network COMMAND...: where every port is free, if the system permits that.
+in_own_network() {
+    if "$root/tools/own-network" true; then
+        "$root/tools/own-network" "$@"
+    else
+        say "The ports that the program uses must be free; nothing else that uses them may be started meanwhile"
+        "$@"
+    fi
 }
 
 # configure PRESET [CMake options...]
