@@ -1,6 +1,6 @@
-#include "emulator/cloud/cloudservice.h"
+#include "cloud/cloudservice.h"
 
-#include "emulator/cloud/servicestate.h"
+#include "cloud/servicestate.h"
 
 #include <httplib.h>
 

@@ -1,4 +1,4 @@
-#include "emulator/cloud/jobfiles.h"
+#include "cloud/jobfiles.h"
 
 #include <QCryptographicHash>
 #include <QDir>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "emulator/cloud/cloudservice.h"
+#include "cloud/cloudservice.h"
 
 /// The received jobs on disk: FOLDER/NNNN.bin holds a job's decoded bytes, FOLDER/jobs.jsonl one JSON object a line.
 namespace JobFiles {

@@ -1,4 +1,4 @@
-#include "emulator/cloud/cloudservice.h"
+#include "cloud/cloudservice.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>

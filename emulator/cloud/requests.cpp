@@ -1,4 +1,4 @@
-#include "emulator/cloud/requests.h"
+#include "cloud/requests.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

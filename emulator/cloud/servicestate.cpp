@@ -1,7 +1,7 @@
-#include "emulator/cloud/servicestate.h"
+#include "cloud/servicestate.h"
 
-#include "emulator/cloud/jobfiles.h"
-#include "emulator/cloud/requests.h"
+#include "cloud/jobfiles.h"
+#include "cloud/requests.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>

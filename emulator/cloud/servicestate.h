@@ -1,7 +1,7 @@
 #pragma once
 
-#include "emulator/cloud/cloudservice.h"
-#include "emulator/cloud/treatment.h"
+#include "cloud/cloudservice.h"
+#include "cloud/treatment.h"
 
 #include <QHash>
 #include <QMutex>

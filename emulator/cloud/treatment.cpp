@@ -1,6 +1,6 @@
-#include "emulator/cloud/treatment.h"
+#include "cloud/treatment.h"
 
-#include "emulator/cloud/cloudservice.h"
+#include "cloud/cloudservice.h"
 
 #include <algorithm>
 #include <iterator>

@@ -1,84 +1,58 @@
-// The print spooler at work: sends the queued jobs of the emulated machine to the hosts behind their ports.
+// The print spooler at work: while the service "Spooler" of the emulated machine in $WIN32_EMULATOR_HOME runs, it sends
+// the queued jobs to the hosts of their ports. Ends on SIGTERM or SIGINT.
 
-#include "emulator/tools/portworker.h"
-#include "emulator/tools/toolmain.h"
-#include "emulator/win32/model/filelock.h"
-#include "emulator/win32/model/home.h"
+#include "emulator/tools/portsender.h"
+#include "emulator/tools/tool.h"
+#include "emulator/win32/control.h"
 
-#include <chrono>
+#include <QCoreApplication>
+#include <QLockFile>
+
+#include <windows.h>
+#include <winsvc.h>
+
 #include <csignal>
-#include <cstdio>
 #include <map>
-#include <memory>
-#include <stdexcept>
-#include <string>
 
 namespace {
 
-using namespace Tools;
 using namespace Win32Emulator;
 
-constexpr std::chrono::milliseconds lookInterval(50);
+constexpr int lookInterval = 50; // ms
 
-constexpr const char *help = R"(Usage: spoolsv
+volatile std::sig_atomic_t stop = 0;
 
-Sends the print jobs of the emulated machine in $WIN32_EMULATOR_HOME, while its service "Spooler" is running. Ends on
-SIGTERM or SIGINT.)";
-
-std::atomic<bool> stop = false;
-
-void requestStop(int)
+void look(std::map<std::string, Tools::PortSender> &senders)
 {
-    stop = true;
-}
-
-void installSignalHandlers()
-{
-    struct sigaction action = {};
-    action.sa_handler = requestStop;
-    sigaction(SIGTERM, &action, nullptr);
-    sigaction(SIGINT, &action, nullptr);
-}
-
-using Workers = std::map<std::string, std::unique_ptr<PortWorker>>;
-
-/// A worker for each port that has jobs.
-void startWorkers(Workers &workers)
-{
-    for (const std::string &port : Model::portsWithJobs()) {
-        std::unique_ptr<PortWorker> &worker = workers[port];
-        if (!worker || worker->hasFinished()) {
-            worker.reset();
-            worker = std::make_unique<PortWorker>(port, stop);
-        }
-    }
+    if (stop)
+        return QCoreApplication::quit();
+    for (const std::string &port : portsWithJobs())
+        senders.try_emplace(port, port);
+    const bool serving = serviceState("Spooler") == SERVICE_RUNNING;
+    for (auto &[port, sender] : senders)
+        sender.look(serving);
 }
 
 void serve()
 {
     // Two of them would send each job twice.
-    const Model::FileLock lock(Model::homeFolder() + "/spoolsv.lock", Model::FileLock::DoNotWait);
-    installSignalHandlers();
-    Workers workers;
-    while (!stop) {
-        if (spoolerIsRunning())
-            startWorkers(workers);
-        std::this_thread::sleep_for(lookInterval);
-    }
+    QLockFile lock(QString::fromStdString(homeFolder()) + QStringLiteral("/spoolsv.lock"));
+    lock.setStaleLockTime(0);
+    if (!lock.tryLock(0))
+        throw std::runtime_error("another one serves this machine");
+    for (const int signal : {SIGTERM, SIGINT})
+        std::signal(signal, [](int) { stop = 1; });
+    std::map<std::string, Tools::PortSender> senders;
+    QTimer timer;
+    QObject::connect(&timer, &QTimer::timeout, [&] { look(senders); });
+    timer.start(lookInterval);
+    QCoreApplication::exec();
 }
 
 } // namespace
 
 int main(int argc, char **argv)
 {
-    const std::string argument = argc > 1 ? argv[1] : "";
-    return runTool("spoolsv", [&] {
-        if (argument == "--help") {
-            std::puts(help);
-            return;
-        }
-        if (!argument.empty())
-            throw std::runtime_error("unknown argument " + argument + "; see spoolsv --help");
-        serve();
-    });
+    QCoreApplication application(argc, argv);
+    return Tools::run("spoolsv", [] { serve(); });
 }

@@ -1,9 +1,9 @@
 #pragma once
 
-// The declarations of the functions that this library exports. Whatever includes this header and defines one of them
-// exports it; all else in the library is hidden.
-#pragma GCC visibility push(default)
+// Qt refuses to be included after <windows.h>, which defines WIN32.
+#include <QDateTime>
+#include <QString>
+
 #include <windows.h>
 #include <winspool.h>
 #include <winsvc.h>
-#pragma GCC visibility pop

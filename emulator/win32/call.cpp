@@ -1,86 +1,59 @@
 #include "emulator/win32/call.h"
 
-#include "emulator/win32/model/calls.h"
-#include "emulator/win32/model/error.h"
-#include "emulator/win32/model/faults.h"
+#include "emulator/win32/model/basics.h"
 
 #include <cstdio>
-#include <map>
-#include <mutex>
-#include <optional>
 
 namespace Win32Emulator {
 
 namespace {
 
-std::mutex hooksMutex;
-std::multimap<std::string, std::function<void()>> hooks;
-
-void runHook(const std::string &function)
-{
-    std::function<void()> action;
-    {
-        const std::lock_guard lock(hooksMutex);
-        const auto hook = hooks.find(function);
-        if (hook == hooks.end())
-            return;
-        action = std::move(hook->second);
-        hooks.erase(hook);
-    }
-    // Outside the lock: the action may call Win32 functions itself.
-    action();
-}
-
 /// The error code of the failure; nothing on success.
-std::optional<DWORD> perform(const char *function, const std::string &arguments, const std::function<void()> &work)
+std::optional<DWORD> perform(const Call &call, const std::function<void()> &work)
 {
     try {
-        runHook(function);
-        Model::recordCall(function, arguments);
-        if (const std::optional<unsigned> fault = Model::takeFault(function))
+        runHook(call.function);
+        recordCall(call);
+        if (const std::optional<unsigned> fault = takeFault(call.function))
             return *fault;
         work();
         return std::nullopt;
-    } catch (const Model::Error &error) {
+    } catch (const Error &error) {
         return error.code;
     } catch (const std::exception &error) {
-        std::fprintf(stderr, "Win32 emulator: %s: %s\n", function, error.what());
+        std::fprintf(stderr, "Win32 emulator: %s: %s\n", call.function.c_str(), error.what());
         return ERROR_INTERNAL_ERROR;
     }
 }
 
 } // namespace
 
-BOOL boolCall(const char *function, const std::string &arguments, const std::function<void()> &work)
+BOOL boolCall(const Call &call, const std::function<void()> &work)
 {
-    const std::optional<DWORD> error = perform(function, arguments, work);
+    const std::optional<DWORD> error = perform(call, work);
     if (error)
         SetLastError(*error);
     return error ? FALSE : TRUE;
 }
 
-DWORD codeCall(const char *function, const std::string &arguments, const std::function<void()> &work)
+DWORD codeCall(const Call &call, const std::function<void()> &work)
 {
-    return perform(function, arguments, work).value_or(ERROR_SUCCESS);
+    return perform(call, work).value_or(ERROR_SUCCESS);
 }
 
-std::string hexadecimal(ACCESS_MASK access)
+std::string accessText(ACCESS_MASK access)
 {
-    char text[16];
-    std::snprintf(text, sizeof text, "0x%x", access);
-    return text;
+    return " access=0x" + QString::number(access, 16).toStdString();
 }
 
-void setHook(const std::string &function, std::function<void()> action)
+std::string fromUtf16(LPCWSTR text)
 {
-    const std::lock_guard lock(hooksMutex);
-    hooks.emplace(function, std::move(action));
+    return QString::fromUtf16(text).toStdString();
 }
 
-void clearHooks()
+std::u16string toUtf16(const std::string &text)
 {
-    const std::lock_guard lock(hooksMutex);
-    hooks.clear();
+    return QString::fromStdString(text).toStdU16String();
 }
 
 } // namespace Win32Emulator

@@ -1,9 +1,9 @@
-#include "emulator/win32/driverdeletion.h"
+#include "win32/driverdeletion.h"
 
-#include "emulator/win32/call.h"
-#include "emulator/win32/model/drivers.h"
-#include "emulator/win32/model/error.h"
-#include "emulator/win32/utf16.h"
+#include "win32/call.h"
+#include "win32/model/drivers.h"
+#include "win32/model/error.h"
+#include "win32/utf16.h"
 
 using namespace Win32Emulator;
 

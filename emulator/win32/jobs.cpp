@@ -1,32 +1,27 @@
-#include "emulator/win32/model/jobs.h"
-
-#include "emulator/win32/call.h"
 #include "emulator/win32/infoblock.h"
-#include "emulator/win32/printerhandle.h"
+#include "emulator/win32/model/jobs.h"
+#include "emulator/win32/queue.h"
 
 using namespace Win32Emulator;
 
 namespace {
 
-/// A job as EnumJobsW shows it.
+/// A job as EnumJobsW lists it.
 struct ListedJob
 {
-    Model::Job job;
-    Model::Printer queue;
+    Job job;
+    Printer queue;
     DWORD position; ///< from 1
 };
 
-SYSTEMTIME systemTime(const SubmissionTime &time)
+SYSTEMTIME systemTime(const QDateTime &utc)
 {
-    SYSTEMTIME result = {};
-    result.wYear = static_cast<WORD>(time.year);
-    result.wMonth = static_cast<WORD>(time.month);
-    result.wDayOfWeek = static_cast<WORD>(Model::dayOfWeek(time));
-    result.wDay = static_cast<WORD>(time.day);
-    result.wHour = static_cast<WORD>(time.hour);
-    result.wMinute = static_cast<WORD>(time.minute);
-    result.wSecond = static_cast<WORD>(time.second);
-    return result;
+    const QDate date = utc.date();
+    const QTime time = utc.time();
+    return {static_cast<WORD>(date.year()),          static_cast<WORD>(date.month()),
+            static_cast<WORD>(date.dayOfWeek() % 7), static_cast<WORD>(date.day()),
+            static_cast<WORD>(time.hour()),          static_cast<WORD>(time.minute()),
+            static_cast<WORD>(time.second()),        0};
 }
 
 void fillJob(JOB_INFO_2W &info, const ListedJob &listed, TextArea &texts)
@@ -44,9 +39,9 @@ void fillJob(JOB_INFO_2W &info, const ListedJob &listed, TextArea &texts)
     info.Submitted = systemTime(listed.job.submitted);
 }
 
-std::vector<ListedJob> listedJobs(const Model::Printer &queue, std::size_t first, std::size_t most)
+std::vector<ListedJob> listedJobs(const Printer &queue, std::size_t first, std::size_t most)
 {
-    const std::vector<Model::Job> jobs = Model::jobsOf(queue.id);
+    const std::vector<Job> jobs = jobsOf(queue.id);
     std::vector<ListedJob> result;
     for (std::size_t i = first; i < jobs.size() && result.size() < most; ++i)
         result.push_back({jobs[i], queue, static_cast<DWORD>(i + 1)});
@@ -58,12 +53,9 @@ std::vector<ListedJob> listedJobs(const Model::Printer &queue, std::size_t first
 BOOL WINAPI EnumJobsW(HANDLE handle, DWORD first, DWORD most, DWORD level, LPBYTE buffer, DWORD size, LPDWORD needed,
                       LPDWORD returned)
 {
-    const std::string arguments = describe(handle) + " first=" + std::to_string(first) +
-                                  " most=" + std::to_string(most) + " level=" + std::to_string(level) +
-                                  " size=" + std::to_string(size);
-    return boolCall("EnumJobsW", arguments, [&] {
-        const Model::Printer queue = readableQueue(handle);
-        requireLevel(level, 2);
+    return boolCall({"EnumJobsW"}, [&] {
+        const Printer queue = readableQueue(handle);
+        require(level == 2, ERROR_INVALID_LEVEL);
         packList(listedJobs(queue, first, most), fillJob, {buffer, size, needed}, returned);
     });
 }

@@ -1,99 +1,139 @@
-#include "emulator/win32/call.h"
+#include "emulator/win32/infoblock.h"
 #include "emulator/win32/model/jobs.h"
-#include "emulator/win32/printerhandle.h"
-#include "emulator/win32/printerinfo.h"
+#include "emulator/win32/queue.h"
 
 using namespace Win32Emulator;
 
 namespace {
 
-std::string levelText(DWORD level)
+// What the machine lists beside its own queues: a printer of another machine.
+const Printer connection = {0, R"(\\FILESERVER\Office)", "FILESERVER:", defaultDriver};
+
+void fillPrinter(PRINTER_INFO_2W &info, const Printer &printer, TextArea &texts)
 {
-    return " level=" + std::to_string(level);
+    info.pPrinterName = texts.put(printer.name);
+    info.pPortName = texts.put(printer.port);
+    info.pDriverName = texts.put(printer.driver);
+    info.pShareName = info.pComment = info.pLocation = info.pSepFile = info.pParameters = texts.put({});
+    info.pPrintProcessor = texts.put("winprint");
+    info.pDatatype = texts.put("RAW");
+    info.Attributes = printer.id ? PRINTER_ATTRIBUTE_LOCAL : PRINTER_ATTRIBUTE_NETWORK;
+    info.Priority = 1;
+    info.Status = printer.pendingDeletion ? PRINTER_STATUS_PENDING_DELETION : 0;
+    info.cJobs = printer.jobCount;
 }
 
-/// Sets a member of the queue; a null pointer leaves it as it is.
+/// The rights that the desired access grants; 0 grants the right to use the printer.
+ACCESS_MASK grantedAccess(ACCESS_MASK desired)
+{
+    if (desired & (GENERIC_ALL | MAXIMUM_ALLOWED))
+        return PRINTER_ALL_ACCESS;
+    return desired ? desired : PRINTER_READ;
+}
+
+std::shared_ptr<PrinterHandle> queueHandle(const std::string &name)
+{
+    const auto handle = std::make_shared<QueueHandle>();
+    handle->printer = findPrinter(name).id;
+    return handle;
+}
+
+/// Sets a member of the queue; a null pointer leaves it unchanged.
 void take(std::string &member, LPCWSTR text)
 {
     if (text)
         member = fromUtf16(text);
 }
 
-void changeQueue(HANDLE handle, const PRINTER_INFO_2W *info)
+void changeQueue(Printer queue, const PRINTER_INFO_2W *info)
 {
-    Model::Printer queue = administeredQueue(handle);
-    if (!info)
-        throw Model::Error(ERROR_INVALID_PARAMETER, "no information to set");
+    require(info, ERROR_INVALID_PARAMETER);
     take(queue.name, info->pPrinterName);
-    take(queue.share, info->pShareName);
     take(queue.port, info->pPortName);
     take(queue.driver, info->pDriverName);
-    Model::changePrinter(queue);
-}
-
-void controlQueue(HANDLE handle, DWORD command)
-{
-    const Model::Printer queue = administeredQueue(handle);
-    if (command != PRINTER_CONTROL_PURGE)
-        throw Model::Error(ERROR_INVALID_PRINTER_COMMAND, "the only command known is to purge");
-    Model::purgeJobs(queue.id);
+    changePrinter(queue);
 }
 
 } // namespace
 
-void Win32Emulator::fillPrinter(PRINTER_INFO_2W &info, const Model::Printer &printer, TextArea &texts)
+Printer Win32Emulator::readableQueue(HANDLE handle)
 {
-    info.pPrinterName = texts.put(printer.name);
-    info.pShareName = texts.put(printer.share);
-    info.pPortName = texts.put(printer.port);
-    info.pDriverName = texts.put(printer.driver);
-    info.pComment = texts.put({});
-    info.pLocation = texts.put({});
-    info.pSepFile = texts.put({});
-    info.pPrintProcessor = texts.put("winprint");
-    info.pDatatype = texts.put("RAW");
-    info.pParameters = texts.put({});
-    info.Attributes = PRINTER_ATTRIBUTE_LOCAL;
-    info.Priority = 1;
-    info.Status = printer.pendingDeletion ? PRINTER_STATUS_PENDING_DELETION : 0;
-    info.cJobs = printer.jobCount;
+    return findPrinter(opened<QueueHandle>(handle, PRINTER_ACCESS_USE | PRINTER_ACCESS_ADMINISTER)->printer);
+}
+
+Printer Win32Emulator::administeredQueue(HANDLE handle)
+{
+    return findPrinter(opened<QueueHandle>(handle, PRINTER_ACCESS_ADMINISTER)->printer);
+}
+
+BOOL WINAPI OpenPrinterW(LPWSTR name, HANDLE *handle, LPPRINTER_DEFAULTSW defaults)
+{
+    const ACCESS_MASK desired = defaults ? defaults->DesiredAccess : 0;
+    const std::string printer = fromUtf16(name);
+    if (handle)
+        *handle = nullptr;
+    return boolCall({"OpenPrinterW", printer + accessText(desired)}, [&] {
+        require(handle, ERROR_INVALID_PARAMETER);
+        std::shared_ptr<PrinterHandle> object = monitorHandle(printer);
+        if (!object)
+            object = queueHandle(printer);
+        object->name = printer;
+        object->access = grantedAccess(desired);
+        *handle = addHandle(object);
+    });
+}
+
+BOOL WINAPI ClosePrinter(HANDLE handle)
+{
+    return boolCall({"ClosePrinter"}, [&] { closeHandle<PrinterHandle>(handle); });
 }
 
 BOOL WINAPI GetPrinterW(HANDLE handle, DWORD level, LPBYTE buffer, DWORD size, LPDWORD needed)
 {
-    return boolCall("GetPrinterW", describe(handle) + levelText(level) + " size=" + std::to_string(size), [&] {
-        const Model::Printer queue = readableQueue(handle);
-        requireLevel(level, 2);
-        packInfo(std::vector{queue}, fillPrinter, {buffer, size, needed});
+    return boolCall({"GetPrinterW"}, [&] {
+        const Printer queue = readableQueue(handle);
+        require(level == 2, ERROR_INVALID_LEVEL);
+        DWORD returned = 0;
+        packList(std::vector{queue}, fillPrinter, {buffer, size, needed}, &returned);
     });
 }
 
 BOOL WINAPI SetPrinterW(HANDLE handle, DWORD level, LPBYTE buffer, DWORD command)
 {
-    const auto *info = reinterpret_cast<const PRINTER_INFO_2W *>(buffer);
-    std::string arguments = describe(handle) + levelText(level) + " command=" + std::to_string(command);
-    if (level == 2 && info)
-        arguments += " name=" + fromUtf16(info->pPrinterName);
-    return boolCall("SetPrinterW", arguments, [&] {
+    return boolCall({"SetPrinterW", nameOf(handle) + " command=" + std::to_string(command)}, [&] {
+        const Printer queue = administeredQueue(handle);
+        require(level == 0 || level == 2, ERROR_INVALID_LEVEL);
+        // A command requires level 0.
+        require(command == (level == 0 ? PRINTER_CONTROL_PURGE : 0), ERROR_INVALID_PRINTER_COMMAND);
         if (level == 0)
-            return controlQueue(handle, command);
-        requireLevel(level, 2);
-        // A command goes with level 0 only.
-        if (command != 0)
-            throw Model::Error(ERROR_INVALID_PRINTER_COMMAND, "a command beside information to set");
-        changeQueue(handle, info);
+            purgeJobs(queue.id);
+        else
+            changeQueue(queue, reinterpret_cast<const PRINTER_INFO_2W *>(buffer));
     });
 }
 
 BOOL WINAPI DeletePrinter(HANDLE handle)
 {
-    return boolCall("DeletePrinter", describe(handle), [&] { Model::deletePrinter(administeredQueue(handle).id); });
+    return boolCall({"DeletePrinter"}, [&] { deletePrinter(administeredQueue(handle).id); });
 }
 
-BOOL WINAPI DeletePrinterConnectionW(LPWSTR name)
+BOOL WINAPI DeletePrinterConnectionW(LPWSTR)
 {
-    return boolCall("DeletePrinterConnectionW", fromUtf16(name), [] {
-        // A connection leads to another machine's printer; the emulated machine has none.
-        throw Model::Error(ERROR_INVALID_PRINTER_NAME, "there is no such connection");
+    return boolCall({"DeletePrinterConnectionW"}, [] {
+        // It takes the names of connections, never those of queues.
+        throw Error(ERROR_INVALID_PRINTER_NAME);
+    });
+}
+
+BOOL WINAPI EnumPrintersW(DWORD flags, LPWSTR, DWORD level, LPBYTE buffer, DWORD size, LPDWORD needed, LPDWORD returned)
+{
+    return boolCall({"EnumPrintersW"}, [&] {
+        require(level == 2, ERROR_INVALID_LEVEL);
+        std::vector<Printer> listed;
+        if (flags & PRINTER_ENUM_LOCAL)
+            listed = printers();
+        if (flags & PRINTER_ENUM_CONNECTIONS)
+            listed.push_back(connection);
+        packList(listed, fillPrinter, {buffer, size, needed}, returned);
     });
 }

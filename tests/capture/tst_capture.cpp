@@ -202,7 +202,7 @@ void CaptureTest::labelsTheJob()
     Win32Emulator::addDriver();
     Win32Emulator::addPort("OXCloud001", "127.0.0.1", 8101);
     Win32Emulator::addPrinter("前台", "OXCloud001");
-    const Win32Emulator::SubmissionTime time{2026, 11, 21, 17, 5, 9};
+    const QDateTime time({2026, 11, 21}, {17, 5, 9}, Qt::UTC);
     Win32Emulator::addJob("前台", "waiting", "x", time);
     const unsigned job = Win32Emulator::addJob("前台", "报告 %1.docx", "x", time);
     Win32Emulator::setJobStatus(job, printing);

@@ -31,7 +31,7 @@ private slots:
     {
         Win32Emulator::reset();
         Win32Emulator::useVirtualTime();
-        Win32Emulator::installDriver({"Orvo OX-410T", "Windows x64", "1", "x64.inf"});
+        Win32Emulator::addDriver({"Orvo OX-410T", "Windows x64", "1", "x64.inf"});
         Win32Emulator::addPort("P1", "127.0.0.1", 8101);
     }
     void cleanup() { QCOMPARE(Win32Emulator::openHandles(), 0); }
@@ -93,9 +93,9 @@ private slots:
     {
         QFETCH(QByteArray, failing);
         QFETCH(int, skip);
-        Win32Emulator::installDriver({"Orvo OX-410T", "Windows NT x86", "1", "x86.inf"});
-        Win32Emulator::installDriver({"Orvo OX-420", "Windows x64", "1", "420.inf"});
-        Win32Emulator::installDriver({"Other", "Windows x64", "1", "other.inf"});
+        Win32Emulator::addDriver({"Orvo OX-410T", "Windows NT x86", "1", "x86.inf"});
+        Win32Emulator::addDriver({"Orvo OX-420", "Windows x64", "1", "420.inf"});
+        Win32Emulator::addDriver({"Other", "Windows x64", "1", "other.inf"});
         Win32Emulator::addPrinter("前台", "P1");
         Win32Emulator::addPrinter("other", "P1", "Other");
         Win32Emulator::addPrinter("二楼", "P1", "Orvo OX-420");

@@ -14,7 +14,7 @@
 
 namespace {
 
-using Script = std::vector<Win32Emulator::Model::ServiceStatus>;
+using Script = std::vector<Win32Emulator::ServiceStatus>;
 constexpr unsigned stopped = SERVICE_STOPPED;
 constexpr unsigned starting = SERVICE_START_PENDING;
 constexpr unsigned stopping = SERVICE_STOP_PENDING;

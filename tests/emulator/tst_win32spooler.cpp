@@ -5,7 +5,7 @@
 #include <windows.h>
 #include <winspool.h>
 
-#include "emulator/win32/control.h"
+#include "win32/control.h"
 
 #include <atomic>
 #include <thread>

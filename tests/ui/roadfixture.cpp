@@ -115,7 +115,7 @@ QString Road::deviceState() const
 void Road::print(const QString &document, const QByteArray &bytes, int printer)
 {
     const unsigned job = Win32Emulator::addJob(m_printers.at(size_t(printer)).queue, document.toStdString(), "",
-                                               Win32Emulator::SubmissionTime{2026, 11, 21, 1, 2, 3});
+                                               QDateTime({2026, 11, 21}, {1, 2, 3}, Qt::UTC));
     Win32Emulator::setJobStatus(job, jobPrinting);
     const int relays = log.count("12_PrinterThread init");
     QTcpSocket socket;

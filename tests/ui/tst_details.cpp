@@ -18,7 +18,7 @@
 namespace {
 
 const std::string queue = "前台";
-const Win32Emulator::SubmissionTime lateEvening{2026, 11, 21, 23, 30, 5};
+const QDateTime lateEvening({2026, 11, 21}, {23, 30, 5}, Qt::UTC);
 
 DriverInfo printer()
 {

@@ -42,8 +42,8 @@ private slots:
     {
         Win32Emulator::reset();
         Win32Emulator::useVirtualTime();
-        Win32Emulator::installDriver({"Orvo OX-410T", "Windows x64", "1", "x64.inf"});
-        Win32Emulator::installDriver({"Orvo OX-410T", "Windows NT x86", "1", "x86.inf"});
+        Win32Emulator::addDriver({"Orvo OX-410T", "Windows x64", "1", "x64.inf"});
+        Win32Emulator::addDriver({"Orvo OX-410T", "Windows NT x86", "1", "x86.inf"});
         Win32Emulator::addPort("OXCloud001", "127.0.0.1", 8101);
         Win32Emulator::addPrinter("前台", "OXCloud001");
     }

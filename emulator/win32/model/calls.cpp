@@ -2,37 +2,108 @@
 
 #include "emulator/win32/model/database.h"
 
-namespace Win32Emulator::Model {
+#include <map>
+#include <mutex>
+
+namespace Win32Emulator {
 
 namespace {
 
 constexpr std::int64_t mostCalls = 100000;
 constexpr std::int64_t trimInterval = 1000;
 
-} // namespace
-
-void recordCall(const std::string &function, const std::string &arguments)
+struct Fault
 {
-    Database &database = Database::current();
-    database.run("INSERT INTO calls (function, arguments) VALUES (?, ?)", function, arguments);
-    const std::int64_t id = database.lastInsertedId();
-    if (id % trimInterval == 0)
-        database.run("DELETE FROM calls WHERE id <= ?", id - mostCalls);
+    std::int64_t id;
+    unsigned error;
+    std::int64_t skip;
+    std::int64_t times;
+};
+
+Fault readFault(const Values &row)
+{
+    return {row[0].number, row[1], row[2].number, row[3].number};
 }
 
-std::vector<std::pair<std::string, std::string>> recordedCalls(const std::string &function)
+std::optional<Fault> currentFault(const std::string &function)
 {
-    std::vector<std::pair<std::string, std::string>> result;
-    Statement row = Database::current().query(
-        "SELECT function, arguments FROM calls WHERE ?1 IN ('', function) ORDER BY id", function);
-    while (row.next())
-        result.emplace_back(row.text(0), row.text(1));
-    return result;
+    return record(readFault, "SELECT id, error, skip, times FROM faults WHERE function = ? ORDER BY id LIMIT 1",
+                  {function});
+}
+
+std::mutex hooksMutex;
+std::multimap<std::string, std::function<void()>> hooks;
+
+std::function<void()> takeHook(const std::string &function)
+{
+    const std::lock_guard lock(hooksMutex);
+    const auto hook = hooks.find(function);
+    if (hook == hooks.end())
+        return [] {};
+    return std::move(hooks.extract(hook).mapped());
+}
+
+} // namespace
+
+void recordCall(const Call &call)
+{
+    run("INSERT INTO calls (function, arguments) VALUES (?, ?)", {call.function, call.arguments});
+    const std::int64_t id = lastInsertedId();
+    if (id % trimInterval == 0)
+        run("DELETE FROM calls WHERE id <= ?", {id - mostCalls});
+}
+
+std::vector<Call> calls(const std::string &function)
+{
+    const auto read = +[](const Values &row) { return Call{row[0], row[1]}; };
+    return records(read, "SELECT function, arguments FROM calls WHERE ?1 IN ('', function) ORDER BY id", {function});
 }
 
 void clearCalls()
 {
-    Database::current().run("DELETE FROM calls");
+    run("DELETE FROM calls");
 }
 
-} // namespace Win32Emulator::Model
+void failCalls(const std::string &function, unsigned error, int skip, int times)
+{
+    run("INSERT INTO faults (function, error, skip, times) VALUES (?, ?, ?, ?)", {function, error, skip, times});
+}
+
+std::optional<unsigned> takeFault(const std::string &function)
+{
+    // Usually there is none, and looking is cheaper than a transaction.
+    if (!currentFault(function))
+        return std::nullopt;
+    Transaction transaction;
+    const std::optional<Fault> fault = currentFault(function);
+    if (!fault)
+        return std::nullopt;
+    if (fault->skip > 0)
+        run("UPDATE faults SET skip = skip - 1 WHERE id = ?", {fault->id});
+    else if (fault->times == 1)
+        run("DELETE FROM faults WHERE id = ?", {fault->id});
+    else // a negative count only moves away from 1
+        run("UPDATE faults SET times = times - 1 WHERE id = ?", {fault->id});
+    transaction.commit();
+    return fault->skip > 0 ? std::nullopt : std::optional(fault->error);
+}
+
+void beforeCall(const std::string &function, std::function<void()> action)
+{
+    const std::lock_guard lock(hooksMutex);
+    hooks.emplace(function, std::move(action));
+}
+
+void runHook(const std::string &function)
+{
+    // Outside the lock: the action may call Win32 functions itself.
+    takeHook(function)();
+}
+
+void clearHooks()
+{
+    const std::lock_guard lock(hooksMutex);
+    hooks.clear();
+}
+
+} // namespace Win32Emulator

@@ -1,33 +1,26 @@
 #include "emulator/win32/model/database.h"
 
-#include "emulator/win32/model/filelock.h"
-#include "emulator/win32/model/home.h"
-#include "emulator/win32/model/names.h"
+#include "emulator/win32/model/basics.h"
 #include "emulator/win32/model/schema.h"
 
+#include <QLockFile>
+
 #include <sqlite3.h>
-#include <sys/stat.h>
 
+#include <map>
 #include <memory>
-#include <stdexcept>
 
-namespace Win32Emulator::Model {
+namespace Win32Emulator {
 
 namespace {
 
 constexpr int busyTimeoutMilliseconds = 10000;
 
-std::string stateFile(const std::string &folder)
+struct Closer
 {
-    return folder + "/state.db";
-}
-
-/// The file's inode; 0 when there is no such file.
-std::uint64_t fileIdentity(const std::string &path)
-{
-    struct stat status = {};
-    return stat(path.c_str(), &status) == 0 ? status.st_ino : 0;
-}
+    void operator()(sqlite3 *database) const { sqlite3_close(database); }
+    void operator()(sqlite3_stmt *statement) const { sqlite3_finalize(statement); }
+};
 
 int compareForSqlite(void *, int leftSize, const void *left, int rightSize, const void *right)
 {
@@ -35,134 +28,139 @@ int compareForSqlite(void *, int leftSize, const void *left, int rightSize, cons
                         {static_cast<const char *>(right), static_cast<std::size_t>(rightSize)});
 }
 
-[[noreturn]] void fail(sqlite3 *database)
+/// A thread's connection, with the statements it has prepared.
+class Connection
 {
-    throw std::runtime_error(std::string("state.db: ") + sqlite3_errmsg(database));
+public:
+    explicit Connection(const std::string &folder)
+        : home(folder)
+    {
+        sqlite3 *opened = nullptr;
+        const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
+        const int result = sqlite3_open_v2((folder + '/' + stateFile).c_str(), &opened, flags, nullptr);
+        m_database.reset(opened);
+        check(result == SQLITE_OK);
+        sqlite3_busy_timeout(opened, busyTimeoutMilliseconds);
+        sqlite3_create_collation(opened, "WINDOWS_NAME", SQLITE_UTF8, nullptr, compareForSqlite);
+        // Otherwise the last process to leave folds the log into the file and gets in the way of one that starts.
+        sqlite3_db_config(opened, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+        runScript(connectionSettings);
+        if (!hasTables())
+            makeTables();
+    }
+
+    std::vector<Values> query(const std::string &sql, const Values &values)
+    {
+        sqlite3_stmt *statement = prepared(sql);
+        bind(statement, values);
+        std::vector<Values> rows;
+        int result = 0;
+        while ((result = sqlite3_step(statement)) == SQLITE_ROW)
+            rows.push_back(row(statement));
+        sqlite3_reset(statement);
+        check(result == SQLITE_DONE);
+        return rows;
+    }
+
+    sqlite3 *handle() const { return m_database.get(); }
+
+    const std::string home;
+
+private:
+    void check(bool succeeded) const
+    {
+        if (!succeeded)
+            throw std::runtime_error(stateFile + std::string(": ") + sqlite3_errmsg(m_database.get()));
+    }
+
+    void runScript(const char *script)
+    {
+        check(sqlite3_exec(m_database.get(), script, nullptr, nullptr, nullptr) == SQLITE_OK);
+    }
+
+    bool hasTables() { return query("PRAGMA user_version", {})[0][0].number != 0; }
+
+    /// One process after the other: it sets the journal mode, too, which needs the file for itself.
+    void makeTables()
+    {
+        QLockFile lock(QString::fromStdString(home + "/state.lock"));
+        lock.lock();
+        if (!hasTables())
+            runScript(createTables);
+    }
+
+    sqlite3_stmt *prepared(const std::string &sql)
+    {
+        auto &statement = m_statements[sql];
+        sqlite3_stmt *made = nullptr;
+        if (!statement) {
+            check(sqlite3_prepare_v2(m_database.get(), sql.c_str(), -1, &made, nullptr) == SQLITE_OK);
+            statement.reset(made);
+        }
+        return statement.get();
+    }
+
+    void bind(sqlite3_stmt *statement, const Values &values)
+    {
+        int position = 0;
+        for (const Value &value : values) {
+            ++position;
+            check(SQLITE_OK == (value.isText ? sqlite3_bind_text64(statement, position, value.text.data(),
+                                                                   value.text.size(), SQLITE_STATIC, SQLITE_UTF8)
+                                             : sqlite3_bind_int64(statement, position, value.number)));
+        }
+    }
+
+    static Values row(sqlite3_stmt *statement)
+    {
+        Values columns;
+        for (int column = 0; column < sqlite3_column_count(statement); ++column) {
+            if (sqlite3_column_type(statement, column) == SQLITE_INTEGER) {
+                columns.emplace_back(std::int64_t(sqlite3_column_int64(statement, column)));
+            } else {
+                const auto *text = static_cast<const char *>(sqlite3_column_blob(statement, column));
+                columns.emplace_back(text ? std::string(text, size_t(sqlite3_column_bytes(statement, column))) : "");
+            }
+        }
+        return columns;
+    }
+
+    std::unique_ptr<sqlite3, Closer> m_database;
+    std::map<std::string, std::unique_ptr<sqlite3_stmt, Closer>> m_statements; ///< by their text
+};
+
+Connection &connection()
+{
+    thread_local std::unique_ptr<Connection> current;
+    const std::string home = homeFolder();
+    if (!current || current->home != home)
+        current = std::make_unique<Connection>(home);
+    return *current;
 }
 
 } // namespace
 
-void Statement::prepare(const std::string &sql)
+std::vector<Values> query(const std::string &sql, const Values &values)
 {
-    check(sqlite3_prepare_v2(m_database, sql.data(), static_cast<int>(sql.size()), &m_statement, nullptr));
+    return connection().query(sql, values);
 }
 
-Statement::~Statement()
+int run(const std::string &sql, const Values &values)
 {
-    sqlite3_finalize(m_statement);
+    query(sql, values);
+    return sqlite3_changes(connection().handle());
 }
 
-bool Statement::next()
+std::int64_t lastInsertedId()
 {
-    const int result = sqlite3_step(m_statement);
-    if (result != SQLITE_ROW && result != SQLITE_DONE)
-        fail(m_database);
-    return result == SQLITE_ROW;
-}
-
-std::int64_t Statement::number(int column) const
-{
-    return sqlite3_column_int64(m_statement, column);
-}
-
-std::string Statement::text(int column) const
-{
-    const void *bytes = sqlite3_column_blob(m_statement, column);
-    const auto size = static_cast<std::size_t>(sqlite3_column_bytes(m_statement, column));
-    return bytes ? std::string(static_cast<const char *>(bytes), size) : std::string();
-}
-
-void Statement::bind(int position, const std::string &text)
-{
-    check(sqlite3_bind_text64(m_statement, position, text.data(), text.size(), SQLITE_TRANSIENT, SQLITE_UTF8));
-}
-
-void Statement::bind(int position, const Blob &blob)
-{
-    check(sqlite3_bind_blob64(m_statement, position, blob.bytes.data(), blob.bytes.size(), SQLITE_TRANSIENT));
-}
-
-void Statement::bindNumber(int position, std::int64_t number)
-{
-    check(sqlite3_bind_int64(m_statement, position, number));
-}
-
-void Statement::check(int result) const
-{
-    if (result != SQLITE_OK)
-        fail(m_database);
-}
-
-Database &Database::current()
-{
-    thread_local std::unique_ptr<Database> database;
-    const std::string folder = homeFolder();
-    if (!database || !database->serves(folder)) {
-        database.reset();
-        database = std::make_unique<Database>(folder);
-    }
-    return *database;
-}
-
-Database::Database(const std::string &folder)
-    : m_folder(folder)
-{
-    // Opening sets the journal mode and may make the tables: one process after the other.
-    const FileLock lock(folder + "/state.lock", FileLock::Wait);
-    const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
-    try {
-        if (sqlite3_open_v2(stateFile(folder).c_str(), &m_database, flags, nullptr) != SQLITE_OK)
-            fail(m_database);
-        sqlite3_busy_timeout(m_database, busyTimeoutMilliseconds);
-        sqlite3_create_collation(m_database, "WINDOWS_NAME", SQLITE_UTF8, nullptr, compareForSqlite);
-        // The last process out would fold the log into the file, in the way of one that is just coming in.
-        sqlite3_db_config(m_database, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
-        setUp(*this);
-    } catch (...) {
-        sqlite3_close(m_database);
-        throw;
-    }
-    m_fileIdentity = fileIdentity(stateFile(folder));
-}
-
-Database::~Database()
-{
-    sqlite3_close(m_database);
-}
-
-bool Database::serves(const std::string &folder) const
-{
-    // A test may have deleted the folder and made a new one of the same name.
-    return m_folder == folder && m_fileIdentity == fileIdentity(stateFile(folder));
-}
-
-void Database::runScript(const char *sql)
-{
-    if (sqlite3_exec(m_database, sql, nullptr, nullptr, nullptr) != SQLITE_OK)
-        fail(m_database);
-}
-
-std::int64_t Database::lastInsertedId() const
-{
-    return sqlite3_last_insert_rowid(m_database);
-}
-
-int Database::changes() const
-{
-    return sqlite3_changes(m_database);
-}
-
-bool Database::isInTransaction() const
-{
-    return sqlite3_get_autocommit(m_database) == 0;
+    return sqlite3_last_insert_rowid(connection().handle());
 }
 
 Transaction::Transaction()
-    : m_database(Database::current())
-    , m_open(!m_database.isInTransaction())
+    : m_open(sqlite3_get_autocommit(connection().handle()) != 0)
 {
     if (m_open)
-        m_database.run("BEGIN IMMEDIATE");
+        run("BEGIN IMMEDIATE");
 }
 
 Transaction::~Transaction()
@@ -170,7 +168,7 @@ Transaction::~Transaction()
     if (!m_open)
         return;
     try {
-        m_database.run("ROLLBACK");
+        run("ROLLBACK");
     } catch (const std::exception &) {
         // SQLite has rolled back by itself.
     }
@@ -179,8 +177,8 @@ Transaction::~Transaction()
 void Transaction::commit()
 {
     if (m_open)
-        m_database.run("COMMIT");
+        run("COMMIT");
     m_open = false;
 }
 
-} // namespace Win32Emulator::Model
+} // namespace Win32Emulator

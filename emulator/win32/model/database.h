@@ -1,105 +1,66 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
-#include <type_traits>
+#include <utility>
+#include <vector>
 
-struct sqlite3;
-struct sqlite3_stmt;
+/// SQL over the state of the emulated machine in the home folder. Each thread has a connection of its own, opened (and
+/// the state created) on first use. Everything here throws std::runtime_error when SQLite refuses.
+namespace Win32Emulator {
 
-namespace Win32Emulator::Model {
-
-/// Bytes bound as a blob; a plain std::string is bound as text.
-struct Blob
+/// A value to bind or a column of a row: a number, or a text, which may hold any bytes.
+struct Value
 {
-    const std::string &bytes;
+    Value(std::int64_t value)
+        : number(value)
+    {
+    }
+    Value(std::string value)
+        : text(std::move(value))
+        , isText(true)
+    {
+    }
+
+    std::int64_t number = 0;
+    std::string text;
+    bool isText = false;
+
+    operator unsigned() const { return static_cast<unsigned>(number); }
+    operator const std::string &() const { return text; }
 };
 
-/// One prepared statement with its values bound; finalised with the object. Columns count from 0. Throws
-/// std::runtime_error when SQLite refuses.
-class Statement
+using Values = std::vector<Value>;
+
+/// Runs a statement; returns its rows.
+std::vector<Values> query(const std::string &sql, const Values &values = {});
+
+/// Runs a statement; returns how many rows it changed.
+int run(const std::string &sql, const Values &values = {});
+
+/// The rows of a query as records.
+template <typename Record>
+std::vector<Record> records(Record (*read)(const Values &), const std::string &sql, const Values &values = {})
 {
-public:
-    template <typename... Values>
-    Statement(sqlite3 *database, const std::string &sql, const Values &...values)
-        : m_database(database)
-    {
-        prepare(sql);
-        int position = 0;
-        (bind(++position, values), ...);
-    }
-    ~Statement();
-    Statement(const Statement &) = delete;
-    Statement &operator=(const Statement &) = delete;
+    std::vector<Record> result;
+    for (const Values &row : query(sql, values))
+        result.push_back(read(row));
+    return result;
+}
 
-    /// Moves to the next row; false when there is none left.
-    bool next();
-
-    std::int64_t number(int column) const;
-    std::string text(int column) const; ///< also a blob's bytes
-
-private:
-    void prepare(const std::string &sql);
-    template <typename Number, typename = std::enable_if_t<std::is_integral_v<Number>>>
-    void bind(int position, Number number)
-    {
-        bindNumber(position, static_cast<std::int64_t>(number));
-    }
-    void bind(int position, const std::string &text);
-    void bind(int position, const Blob &blob);
-    void bindNumber(int position, std::int64_t number);
-    void check(int result) const;
-
-    sqlite3 *m_database;
-    sqlite3_stmt *m_statement = nullptr;
-};
-
-/// A connection to the state of the emulated machine. Each thread has its own.
-class Database
+/// The first row of a query as a record.
+template <typename Record>
+std::optional<Record> record(Record (*read)(const Values &), const std::string &sql, const Values &values = {})
 {
-public:
-    /// The calling thread's connection to the state in the home folder, opened (and the state made) when needed.
-    static Database &current();
+    const std::vector<Values> rows = query(sql, values);
+    return rows.empty() ? std::nullopt : std::optional<Record>(read(rows.front()));
+}
 
-    explicit Database(const std::string &folder);
-    ~Database();
-    Database(const Database &) = delete;
-    Database &operator=(const Database &) = delete;
-
-    template <typename... Values>
-    Statement query(const std::string &sql, const Values &...values)
-    {
-        return Statement(m_database, sql, values...);
-    }
-
-    /// Runs a statement to its end; returns how many rows it changed.
-    template <typename... Values>
-    int run(const std::string &sql, const Values &...values)
-    {
-        Statement statement(m_database, sql, values...);
-        while (statement.next()) {
-        }
-        return changes();
-    }
-
-    /// Runs several statements without values.
-    void runScript(const char *sql);
-
-    std::int64_t lastInsertedId() const;
-    bool isInTransaction() const;
-
-private:
-    bool serves(const std::string &folder) const;
-    int changes() const;
-
-    std::string m_folder;
-    std::uint64_t m_fileIdentity = 0;
-    sqlite3 *m_database = nullptr;
-};
+std::int64_t lastInsertedId();
 
 /// A write transaction: rolled back unless committed. It takes the write lock at once, so what is read in it still
-/// holds when it writes. Inside another one of the thread it is a part of that, which commits or rolls back for both.
+/// holds when it writes. A nested one is part of the outer one, which commits or rolls back for both.
 class Transaction
 {
 public:
@@ -111,8 +72,7 @@ public:
     void commit();
 
 private:
-    Database &m_database;
     bool m_open;
 };
 
-} // namespace Win32Emulator::Model
+} // namespace Win32Emulator

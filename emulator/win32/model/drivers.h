@@ -1,10 +1,12 @@
 #pragma once
 
+#include "emulator/win32/model/basics.h"
+
 #include <optional>
 #include <string>
 #include <vector>
 
-namespace Win32Emulator::Model {
+namespace Win32Emulator {
 
 /// The environment that the machine itself runs in.
 constexpr const char *ownEnvironment = "Windows x64";
@@ -15,7 +17,7 @@ void checkEnvironment(const std::string &name);
 /// An installed printer driver.
 struct Driver
 {
-    std::string name;
+    std::string name = defaultDriver;
     std::string environment = ownEnvironment;
     std::string version = "1.0.0.0";
     std::string infPath = {}; ///< Windows path; empty: a path of the driver store
@@ -28,16 +30,14 @@ struct DriverPackage
     std::string environment;
 };
 
-/// Installs a driver and its package; one of that name and environment is replaced.
-void addDriver(Driver driver);
-
-/// Whether a queue can use the driver: it is installed for the machine's own environment.
-bool hasDriver(const std::string &name);
+/// Installs a driver and its package; replaces one of the same name and environment.
+void addDriver(Driver driver = {});
+void addDriver(const std::string &name);
 
 /// The installed drivers in the order of their installation.
 std::vector<Driver> drivers();
 
-std::optional<Driver> findDriver(const std::string &name, const std::string &environment);
+std::optional<Driver> findDriver(const std::string &name, const std::string &environment = ownEnvironment);
 
 /// Deletes a driver; its package stays. Throws ERROR_UNKNOWN_PRINTER_DRIVER, and ERROR_PRINTER_DRIVER_IN_USE while a
 /// queue uses it.
@@ -46,8 +46,8 @@ void deleteDriver(const std::string &name, const std::string &environment);
 /// The packages in the order of their paths.
 std::vector<DriverPackage> driverPackages();
 
-/// Deletes a package. Throws ERROR_FILE_NOT_FOUND when there is none, ERROR_PRINTER_DRIVER_PACKAGE_IN_USE while a
-/// driver comes from it.
+/// Deletes a package. Throws ERROR_FILE_NOT_FOUND if there is none, ERROR_PRINTER_DRIVER_PACKAGE_IN_USE while a driver
+/// comes from it.
 void deleteDriverPackage(const DriverPackage &package);
 
-} // namespace Win32Emulator::Model
+} // namespace Win32Emulator

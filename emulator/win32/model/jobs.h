@@ -1,38 +1,38 @@
 #pragma once
 
-#include "emulator/win32/model/submissiontime.h"
+#include <QDateTime>
 
 #include <cstdint>
-#include <iosfwd>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
-namespace Win32Emulator::Model {
+namespace Win32Emulator {
 
 /// A spooled print job.
 struct Job
 {
-    unsigned id = 0; ///< never used again
+    unsigned id = 0; ///< never reused
     std::string document;
-    std::uint64_t size = 0; ///< bytes
-    SubmissionTime submitted;
-    unsigned status = 0; ///< JOB_STATUS_... bits
-    std::string file;    ///< full path of the job's bytes
+    std::int64_t size = 0; ///< bytes
+    QDateTime submitted;   ///< UTC
+    unsigned status = 0;   ///< JOB_STATUS_... bits
+    std::string file;      ///< full path of the job's bytes
 };
 
-/// Spools a job of any size and returns its number. Throws when there is no such printer, when it awaits its deletion,
-/// or when the bytes cannot be read or written.
-unsigned addJob(const std::string &printer, const std::string &document, std::istream &bytes,
-                const SubmissionTime &submitted);
+/// Spools a job; returns its number. Throws if there is no such printer, if it awaits its deletion, or if the bytes
+/// cannot be written.
+unsigned addJob(const std::string &printer, const std::string &document, std::string_view bytes,
+                const QDateTime &submitted = QDateTime::currentDateTimeUtc());
 
-/// A queue's jobs, oldest first.
+/// The jobs of a queue, oldest first.
 std::vector<Job> jobsOf(std::int64_t printer);
 
-/// Throws ERROR_INVALID_PARAMETER when there is no such job.
+/// `status` consists of JOB_STATUS_... bits. Does nothing if there is no such job.
 void setJobStatus(unsigned job, unsigned status);
 
-/// Removes a job; none of that number is no fault. A queue that awaited its deletion goes with its last job.
+/// Removes a job if there is one of that number. A queue that awaits its deletion is deleted with its last job.
 void removeJob(unsigned job);
 
 /// Removes all jobs of a queue.
@@ -46,4 +46,4 @@ std::vector<std::string> portsWithJobs();
 /// The oldest job of all queues on a port.
 std::optional<Job> oldestJob(const std::string &port);
 
-} // namespace Win32Emulator::Model
+} // namespace Win32Emulator

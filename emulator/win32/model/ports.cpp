@@ -1,65 +1,55 @@
 #include "emulator/win32/model/ports.h"
 
+#include "emulator/win32/model/basics.h"
 #include "emulator/win32/model/database.h"
-#include "emulator/win32/model/error.h"
 
 #include <windows.h>
 
-namespace Win32Emulator::Model {
+namespace Win32Emulator {
 
 namespace {
 
-Port readPort(const Statement &row)
+Port readPort(const Values &row)
 {
-    return {row.text(0), row.text(1), static_cast<unsigned>(row.number(2))};
+    return {row[0], row[1], row[2]};
 }
 
-Error unknownPort(const std::string &name)
+void requireChange(int changedRows, const std::string &port)
 {
-    return Error(ERROR_UNKNOWN_PORT, "there is no port \"" + name + '"');
+    require(changedRows != 0, ERROR_UNKNOWN_PORT, "there is no port \"" + port + '"');
 }
 
 } // namespace
 
-void addPort(const Port &port)
+void addPort(const std::string &name, const std::string &host, unsigned number)
 {
-    const int added = Database::current().run("INSERT OR IGNORE INTO ports (name, host, number) VALUES (?, ?, ?)",
-                                              port.name, port.host, port.number);
-    if (added == 0)
-        throw Error(ERROR_ALREADY_EXISTS, "there is already a port \"" + port.name + '"');
+    require(run("INSERT OR IGNORE INTO ports (name, host, number) VALUES (?, ?, ?)", {name, host, number}) != 0,
+            ERROR_ALREADY_EXISTS, "there is already a port \"" + name + '"');
 }
 
 void changePort(const Port &port)
 {
-    if (Database::current().run("UPDATE ports SET host = ?, number = ? WHERE name = ?", port.host, port.number,
-                                port.name) == 0)
-        throw unknownPort(port.name);
+    requireChange(run("UPDATE ports SET host = ?, number = ? WHERE name = ?", {port.host, port.number, port.name}),
+                  port.name);
 }
 
 void deletePort(const std::string &name)
 {
     Transaction transaction;
-    Database &database = Database::current();
-    if (database.query("SELECT 1 FROM printers WHERE port = ?", name).next())
-        throw Error(ERROR_BUSY, "a printer uses the port \"" + name + '"');
-    if (database.run("DELETE FROM ports WHERE name = ?", name) == 0)
-        throw unknownPort(name);
+    require(query("SELECT 1 FROM printers WHERE port = ?", {name}).empty(), ERROR_BUSY,
+            "a printer uses the port \"" + name + '"');
+    requireChange(run("DELETE FROM ports WHERE name = ?", {name}), name);
     transaction.commit();
 }
 
 std::optional<Port> findPort(const std::string &name)
 {
-    Statement row = Database::current().query("SELECT name, host, number FROM ports WHERE name = ?", name);
-    return row.next() ? std::optional(readPort(row)) : std::nullopt;
+    return record(readPort, "SELECT name, host, number FROM ports WHERE name = ?", {name});
 }
 
 std::vector<Port> ports()
 {
-    std::vector<Port> result;
-    Statement row = Database::current().query("SELECT name, host, number FROM ports ORDER BY id");
-    while (row.next())
-        result.push_back(readPort(row));
-    return result;
+    return records(readPort, "SELECT name, host, number FROM ports ORDER BY id");
 }
 
-} // namespace Win32Emulator::Model
+} // namespace Win32Emulator

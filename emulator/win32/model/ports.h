@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-namespace Win32Emulator::Model {
+namespace Win32Emulator {
 
 /// A Standard TCP/IP port of the raw protocol.
 struct Port
@@ -14,13 +14,13 @@ struct Port
     unsigned number = 0;
 };
 
-/// Adds a port; throws ERROR_ALREADY_EXISTS when the name is taken.
-void addPort(const Port &port);
+/// Adds a port; throws ERROR_ALREADY_EXISTS if the name is taken.
+void addPort(const std::string &name, const std::string &host, unsigned number);
 
-/// Aims a port anew; throws ERROR_UNKNOWN_PORT.
+/// Changes the host and number of an existing port; throws ERROR_UNKNOWN_PORT.
 void changePort(const Port &port);
 
-/// Throws ERROR_UNKNOWN_PORT, and ERROR_BUSY while a queue prints to it.
+/// Throws ERROR_UNKNOWN_PORT, and ERROR_BUSY while a queue prints to the port.
 void deletePort(const std::string &name);
 
 std::optional<Port> findPort(const std::string &name);
@@ -28,4 +28,4 @@ std::optional<Port> findPort(const std::string &name);
 /// The ports in the order of their creation.
 std::vector<Port> ports();
 
-} // namespace Win32Emulator::Model
+} // namespace Win32Emulator

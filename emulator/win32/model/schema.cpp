@@ -1,24 +1,23 @@
 #include "emulator/win32/model/schema.h"
 
+#include "emulator/win32/model/basics.h"
 #include "emulator/win32/model/database.h"
-#include "emulator/win32/model/home.h"
 
 #include <filesystem>
-#include <vector>
 
-namespace Win32Emulator::Model {
+namespace Win32Emulator {
 
-namespace {
+const char *const stateFile = "state-3.db";
 
-// The journal mode needs the file for itself for a moment; the set-up lock and the busy time-out see to that.
-constexpr const char *connectionSettings = R"(
-    PRAGMA journal_mode = WAL;
+const char *const connectionSettings = R"(
     PRAGMA synchronous = OFF;
     PRAGMA foreign_keys = ON;
 )";
 
-// Numbers of printers and jobs are never used twice: a stale handle or job number must not meet a newer one.
-constexpr const char *tables = R"(
+// Numbers of printers and jobs are never reused: a stale handle or job number must not refer to a newer one.
+const char *const createTables = R"(
+    PRAGMA journal_mode = WAL;
+    BEGIN IMMEDIATE;
     CREATE TABLE services (
         name TEXT PRIMARY KEY COLLATE WINDOWS_NAME,
         depends_on TEXT NOT NULL DEFAULT '' COLLATE WINDOWS_NAME,
@@ -50,7 +49,6 @@ constexpr const char *tables = R"(
     CREATE TABLE printers (
         id INTEGER PRIMARY KEY AUTOINCREMENT,
         name TEXT NOT NULL UNIQUE COLLATE WINDOWS_NAME,
-        share TEXT NOT NULL DEFAULT '',
         port TEXT NOT NULL COLLATE WINDOWS_NAME,
         driver TEXT NOT NULL COLLATE WINDOWS_NAME,
         pending_deletion INTEGER NOT NULL DEFAULT 0);
@@ -58,7 +56,7 @@ constexpr const char *tables = R"(
         printer INTEGER NOT NULL REFERENCES printers ON DELETE CASCADE,
         name TEXT NOT NULL COLLATE WINDOWS_NAME,
         type INTEGER NOT NULL,
-        bytes BLOB NOT NULL,
+        bytes TEXT NOT NULL,
         PRIMARY KEY (printer, name));
     CREATE TABLE jobs (
         id INTEGER PRIMARY KEY AUTOINCREMENT,
@@ -83,66 +81,20 @@ constexpr const char *tables = R"(
         id INTEGER PRIMARY KEY AUTOINCREMENT,
         function TEXT NOT NULL,
         arguments TEXT NOT NULL);
-)";
-
-constexpr const char *freshContent = R"(
-    DELETE FROM services;
-    DELETE FROM service_scripts;
-    DELETE FROM driver_packages;
-    DELETE FROM drivers;
-    DELETE FROM ports;
-    DELETE FROM jobs;
-    DELETE FROM printers;
-    DELETE FROM faults;
-    DELETE FROM calls;
-    DELETE FROM sqlite_sequence;
     INSERT INTO services (name, state) VALUES ('Spooler', 4 /* running */);
+    PRAGMA user_version = 1;
+    COMMIT;
 )";
-
-// Raise it with every change of the tables.
-constexpr int schemaVersion = 2;
-
-bool hasTables(Database &database)
-{
-    Statement version = database.query("PRAGMA user_version");
-    return version.next() && version.number(0) == schemaVersion;
-}
-
-/// The tables of another version go with what they hold: it is only an emulated machine.
-void dropTables(Database &database)
-{
-    std::vector<std::string> names;
-    {
-        Statement row =
-            database.query("SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT LIKE 'sqlite_%'");
-        while (row.next())
-            names.push_back(row.text(0));
-    }
-    for (const std::string &name : names)
-        database.run("DROP TABLE " + name);
-}
-
-} // namespace
-
-void setUp(Database &database)
-{
-    database.runScript(connectionSettings);
-    if (hasTables(database))
-        return;
-    database.runScript("BEGIN IMMEDIATE");
-    dropTables(database);
-    database.runScript(tables);
-    database.runScript(freshContent);
-    database.run("PRAGMA user_version = " + std::to_string(schemaVersion));
-    database.runScript("COMMIT");
-}
 
 void resetState()
 {
     Transaction transaction;
-    Database::current().runScript(freshContent);
+    for (const char *table : {"services", "service_scripts", "driver_packages", "drivers", "ports", "jobs", "printers",
+                              "faults", "calls", "sqlite_sequence"})
+        run(std::string("DELETE FROM ") + table);
+    run("INSERT INTO services (name, state) VALUES ('Spooler', 4)");
     transaction.commit();
     std::filesystem::remove_all(spoolFolder());
 }
 
-} // namespace Win32Emulator::Model
+} // namespace Win32Emulator

@@ -1,13 +1,14 @@
 #pragma once
 
-namespace Win32Emulator::Model {
+namespace Win32Emulator {
 
-class Database;
+/// The file in the home folder that holds the state. Its name changes with the tables.
+extern const char *const stateFile;
 
-/// Prepares a new connection: its settings, and the tables of a fresh machine when there are none yet.
-void setUp(Database &database);
+/// What each connection runs first.
+extern const char *const connectionSettings;
 
-/// Brings the machine to its fresh state: the Spooler service running, nothing else; numbering starts anew.
-void resetState();
+/// Creates the tables of a fresh machine.
+extern const char *const createTables;
 
-} // namespace Win32Emulator::Model
+} // namespace Win32Emulator

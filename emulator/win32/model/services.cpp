@@ -1,75 +1,54 @@
 #include "emulator/win32/model/services.h"
 
+#include "emulator/win32/model/basics.h"
 #include "emulator/win32/model/database.h"
-#include "emulator/win32/model/error.h"
 
 #include <windows.h>
 
-namespace Win32Emulator::Model {
+namespace Win32Emulator {
 
 namespace {
 
-Error noSuchService(const std::string &name)
+ServiceStatus readStatus(const Values &row)
 {
-    return Error(ERROR_SERVICE_DOES_NOT_EXIST, "there is no service \"" + name + '"');
-}
-
-ServiceStatus readStatus(const Statement &row)
-{
-    return {static_cast<unsigned>(row.number(0)), static_cast<unsigned>(row.number(1)),
-            static_cast<unsigned>(row.number(2))};
+    return {row[0], row[1], row[2]};
 }
 
 ServiceStatus currentStatus(const std::string &name)
 {
-    Statement row =
-        Database::current().query("SELECT state, check_point, wait_hint FROM services WHERE name = ?", name);
-    if (!row.next())
-        throw noSuchService(name);
-    return readStatus(row);
-}
-
-void setStatus(const std::string &name, const ServiceStatus &status)
-{
-    Database::current().run("UPDATE services SET state = ?, check_point = ?, wait_hint = ? WHERE name = ?",
-                            status.state, status.checkPoint, status.waitHint, name);
+    const auto status = record(readStatus, "SELECT state, check_point, wait_hint FROM services WHERE name = ?", {name});
+    require(status.has_value(), ERROR_SERVICE_DOES_NOT_EXIST, "there is no service \"" + name + '"');
+    return *status;
 }
 
 /// Moves the service to the next status of its script, if there is one left; else to the given one.
 ServiceStatus advance(const std::string &name, const ServiceStatus &unscripted)
 {
-    Database &database = Database::current();
-    ServiceStatus status = unscripted;
-    {
-        Statement row = database.query("SELECT state, check_point, wait_hint, id FROM service_scripts "
-                                       "WHERE service = ? ORDER BY id LIMIT 1",
-                                       name);
-        if (row.next()) {
-            status = readStatus(row);
-            database.run("DELETE FROM service_scripts WHERE id = ?", row.number(3));
-        }
-    }
-    setStatus(name, status);
+    const auto scripted =
+        record(readStatus,
+               "DELETE FROM service_scripts WHERE id = (SELECT min(id) FROM service_scripts WHERE service = ?) "
+               "RETURNING state, check_point, wait_hint",
+               {name});
+    const ServiceStatus status = scripted.value_or(unscripted);
+    run("UPDATE services SET state = ?, check_point = ?, wait_hint = ? WHERE name = ?",
+        {status.state, status.checkPoint, status.waitHint, name});
     return status;
 }
 
 void checkStoppable(const std::string &name)
 {
     const unsigned state = serviceState(name);
-    if (state == SERVICE_STOPPED)
-        throw Error(ERROR_SERVICE_NOT_ACTIVE, "the service is not running");
+    require(state != SERVICE_STOPPED, ERROR_SERVICE_NOT_ACTIVE, "the service is not running");
     if (state == SERVICE_START_PENDING || state == SERVICE_STOP_PENDING)
         throw Error(ERROR_SERVICE_CANNOT_ACCEPT_CTRL, "the service is busy starting or stopping");
-    if (!dependentServices(name).empty())
-        throw Error(ERROR_DEPENDENT_SERVICES_RUNNING, "other services need this one");
+    require(dependentServices(name).empty(), ERROR_DEPENDENT_SERVICES_RUNNING, "other services need this one");
 }
 
 } // namespace
 
 void addService(const std::string &name, const std::string &dependsOn)
 {
-    Database::current().run("INSERT INTO services (name, depends_on, state) VALUES (?, ?, ?)", name, dependsOn,
-                            SERVICE_RUNNING);
+    run("INSERT INTO services (name, depends_on, state) VALUES (?, ?, ?)", {name, dependsOn, SERVICE_RUNNING});
 }
 
 unsigned serviceState(const std::string &name)
@@ -80,18 +59,17 @@ unsigned serviceState(const std::string &name)
 void setServiceState(const std::string &name, unsigned state)
 {
     scriptService(name, {});
-    setStatus(name, {state});
+    advance(name, {state});
 }
 
 void scriptService(const std::string &name, const std::vector<ServiceStatus> &statuses)
 {
     Transaction transaction;
     currentStatus(name);
-    Database &database = Database::current();
-    database.run("DELETE FROM service_scripts WHERE service = ?", name);
+    run("DELETE FROM service_scripts WHERE service = ?", {name});
     for (const ServiceStatus &status : statuses)
-        database.run("INSERT INTO service_scripts (service, state, check_point, wait_hint) VALUES (?, ?, ?, ?)", name,
-                     status.state, status.checkPoint, status.waitHint);
+        run("INSERT INTO service_scripts (service, state, check_point, wait_hint) VALUES (?, ?, ?, ?)",
+            {name, status.state, status.checkPoint, status.waitHint});
     transaction.commit();
 }
 
@@ -106,8 +84,7 @@ ServiceStatus queryService(const std::string &name)
 void startService(const std::string &name)
 {
     Transaction transaction;
-    if (serviceState(name) != SERVICE_STOPPED)
-        throw Error(ERROR_SERVICE_ALREADY_RUNNING, "the service is running already");
+    require(serviceState(name) == SERVICE_STOPPED, ERROR_SERVICE_ALREADY_RUNNING, "the service is running already");
     advance(name, {SERVICE_RUNNING});
     transaction.commit();
 }
@@ -123,17 +100,13 @@ ServiceStatus stopService(const std::string &name)
 
 std::vector<Service> dependentServices(const std::string &name)
 {
-    constexpr const char *query = R"(
-        WITH RECURSIVE dependents(name) AS (
-            SELECT name FROM services WHERE depends_on = ?1
-            UNION SELECT services.name FROM services JOIN dependents ON services.depends_on = dependents.name)
-        SELECT state, check_point, wait_hint, name FROM services
-        WHERE name IN (SELECT name FROM dependents) AND state <> ?2 ORDER BY rowid DESC)";
-    std::vector<Service> result;
-    Statement row = Database::current().query(query, name, SERVICE_STOPPED);
-    while (row.next())
-        result.push_back({row.text(3), readStatus(row)});
-    return result;
+    const auto read = +[](const Values &row) { return Service{row[3], readStatus(row)}; };
+    return records(read,
+                   "WITH RECURSIVE dependents(name) AS (SELECT name FROM services WHERE depends_on = ?1 UNION "
+                   "SELECT services.name FROM services JOIN dependents ON services.depends_on = dependents.name) "
+                   "SELECT state, check_point, wait_hint, name FROM services "
+                   "WHERE name IN (SELECT name FROM dependents) AND state <> ?2 ORDER BY rowid DESC",
+                   {name, SERVICE_STOPPED});
 }
 
-} // namespace Win32Emulator::Model
+} // namespace Win32Emulator

@@ -3,9 +3,9 @@
 #include <string>
 #include <vector>
 
-namespace Win32Emulator::Model {
+namespace Win32Emulator {
 
-/// What a service reports of itself.
+/// What a service reports about itself.
 struct ServiceStatus
 {
     unsigned state = 0; ///< a SERVICE_... value
@@ -19,7 +19,7 @@ struct Service
     ServiceStatus status;
 };
 
-/// Adds a running service; `dependsOn` may name another that must run before it can.
+/// Adds a running service that needs another one.
 void addService(const std::string &name, const std::string &dependsOn);
 
 /// State of a service, a SERVICE_... value. This and all below throw ERROR_SERVICE_DOES_NOT_EXIST.
@@ -28,8 +28,7 @@ unsigned serviceState(const std::string &name);
 /// Sets it, without regard to what the service was doing.
 void setServiceState(const std::string &name, unsigned state);
 
-/// Lays down what the service reports from now on: one status for each start, control and query, and the last one for
-/// good.
+/// Sets what the service reports from now on: one status per start, control and query, and the last one for good.
 void scriptService(const std::string &name, const std::vector<ServiceStatus> &statuses);
 
 /// What the service reports to a query: the next status of its script.
@@ -42,8 +41,7 @@ void startService(const std::string &name);
 /// ERROR_SERVICE_CANNOT_ACCEPT_CTRL while it starts or stops, ERROR_DEPENDENT_SERVICES_RUNNING.
 ServiceStatus stopService(const std::string &name);
 
-/// The services that need this one, directly or by others, and are not stopped. Those that were started last come
-/// first.
+/// The services that need this one, directly or indirectly, and are not stopped. Those added last come first.
 std::vector<Service> dependentServices(const std::string &name);
 
-} // namespace Win32Emulator::Model
+} // namespace Win32Emulator
