@@ -1,6 +1,6 @@
-#include "cloud/cloudservice.h"
+#include "emulator/cloud/cloudservice.h"
 
-#include "cloud/servicestate.h"
+#include "emulator/cloud/servicestate.h"
 
 #include <httplib.h>
 
@@ -55,7 +55,7 @@ private:
     static void breakOff(const QByteArray &json, httplib::Response &response);
 
     httplib::Server m_server;
-    socket_t m_socket = INVALID_SOCKET; ///< the listening one; the library's
+    socket_t m_socket = INVALID_SOCKET; ///< the listening one; httplib owns it
     std::thread m_thread;
     std::mutex m_stopMutex;
     std::condition_variable m_stopCondition;
@@ -67,14 +67,14 @@ void CloudService::Private::configure()
     m_server.new_task_queue = [] { return new httplib::ThreadPool(connectionsAtOnce); };
     m_server.set_socket_options([this](socket_t socket) { setUpSocket(socket); });
     m_server.set_read_timeout(readTimeout);
-    // One request a connection: an idle one would hold a thread, and the end of the service, for seconds.
+    // One request per connection: an idle one would hold a thread, and the end of the service, for seconds.
     m_server.set_keep_alive_max_count(1);
 }
 
 void CloudService::Private::setUpSocket(socket_t socket)
 {
     m_socket = socket;
-    // Without the library's SO_REUSEPORT: it lets two services share one port unnoticed.
+    // Without httplib's SO_REUSEPORT, which lets two services share one port unnoticed.
     const int yes = 1;
     setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof(yes));
 }
@@ -106,7 +106,7 @@ void CloudService::Private::reply(const ServiceAnswer &answer, httplib::Response
         response.set_content(answer.json.toStdString(), jsonType);
 }
 
-/// Promises the whole text and closes the connection behind its first half.
+/// Announces the whole text and closes the connection after its first half.
 void CloudService::Private::breakOff(const QByteArray &json, httplib::Response &response)
 {
     const std::string half = json.left(json.size() / 2).toStdString();
@@ -124,7 +124,7 @@ bool CloudService::Private::listen(int wantedPort)
         port = m_server.bind_to_port(address, wantedPort) ? wantedPort : -1;
     if (port < 0)
         return false;
-    // The library's queue of five loses connections that come at once: the system's retries take up to half a minute.
+    // httplib's backlog of five loses simultaneous connections: Linux then retries for up to half a minute.
     ::listen(m_socket, connectionsAtOnce);
     m_thread = std::thread([this] { m_server.listen_after_bind(); });
     // Only a running server can be stopped.
@@ -155,16 +155,6 @@ CloudService::~CloudService() = default;
 bool CloudService::listen(quint16 port)
 {
     return d->listen(port);
-}
-
-void CloudService::stop()
-{
-    d->stop();
-}
-
-quint16 CloudService::port() const
-{
-    return quint16(d->port);
 }
 
 QString CloudService::baseAddress() const

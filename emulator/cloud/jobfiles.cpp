@@ -1,4 +1,4 @@
-#include "cloud/jobfiles.h"
+#include "emulator/cloud/jobfiles.h"
 
 #include <QCryptographicHash>
 #include <QDir>

@@ -1,15 +1,15 @@
 #pragma once
 
-#include "cloud/cloudservice.h"
+#include "emulator/cloud/cloudservice.h"
 
-/// The received jobs on disk: FOLDER/NNNN.bin holds a job's decoded bytes, FOLDER/jobs.jsonl one JSON object a line.
+/// The received jobs on disk: FOLDER/NNNN.bin holds a job's decoded bytes, FOLDER/jobs.jsonl one JSON object per line.
 namespace JobFiles {
 
-/// The first number from `number` on that no file in `folder` has yet. An earlier run may have filled it.
+/// The first number, starting at `number`, without a file in `folder`. An earlier run may have left some.
 int freeNumber(const QString &folder, int number);
 
-/// Writes the job's bytes, then its line; whoever reads the line finds the file complete. Creates the folder. False
-/// when something cannot be written.
+/// Writes the job's bytes, then its line, so a reader of the line finds the file complete. Creates the folder. False if
+/// something cannot be written.
 bool store(const QString &folder, const ReceivedJob &job, const QByteArray &bytes);
 
 } // namespace JobFiles

@@ -1,4 +1,4 @@
-#include "cloud/requests.h"
+#include "emulator/cloud/requests.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -23,7 +23,7 @@ QString serialFault(const QJsonValue &serial)
     return QStringLiteral("a serial in dsNumber is 16 upper-case hexadecimal digits");
 }
 
-/// Reads the JSON object in `body`, or tells what is wrong with the request.
+/// Reads the JSON object in `body`, or returns what is wrong with the request.
 QString readObject(const QByteArray &contentType, const QByteArray &body, QJsonObject *object)
 {
     QString fault = contentTypeFault(contentType);
@@ -34,7 +34,7 @@ QString readObject(const QByteArray &contentType, const QByteArray &body, QJsonO
     if (error.error != QJsonParseError::NoError)
         return error.errorString();
     if (!document.isObject())
-        return QStringLiteral("the body is no JSON object");
+        return QStringLiteral("the body is not a JSON object");
     *object = document.object();
     return QString();
 }
@@ -43,7 +43,7 @@ QString submissionFault(const QJsonObject &object)
 {
     const QJsonArray printers = object.value(QLatin1String("dsNumber")).toArray();
     if (printers.size() != 1)
-        return QStringLiteral("dsNumber is not an array of one serial");
+        return QStringLiteral("dsNumber is not an array with one serial");
     if (object.value(QLatin1String("taskPersist")) != QJsonValue(false))
         return QStringLiteral("taskPersist is not false");
     if (object.value(QLatin1String("async")) != QJsonValue(true))

@@ -3,7 +3,7 @@
 #include <QByteArray>
 #include <QString>
 
-/// What a request says; of a malformed one `fault` tells the reason and the rest is undefined.
+/// A request. `fault` gives the reason if it is malformed; the rest is undefined then.
 struct SubmissionRequest
 {
     QString fault;
@@ -17,6 +17,6 @@ struct DeviceStatusRequest
     QString dsNumber;
 };
 
-/// Strict readers: a client that relies on leniency is to fail here rather than at the real service.
+/// Strict readers: a client that relies on leniency should fail here rather than at the real service.
 SubmissionRequest readSubmission(const QByteArray &contentType, const QByteArray &body);
 DeviceStatusRequest readDeviceStatus(const QByteArray &contentType, const QByteArray &body);

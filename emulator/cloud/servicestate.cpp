@@ -1,7 +1,8 @@
-#include "cloud/servicestate.h"
+#include "emulator/cloud/servicestate.h"
 
-#include "cloud/jobfiles.h"
-#include "cloud/requests.h"
+#include "emulator/cloud/jobfiles.h"
+#include "emulator/cloud/requests.h"
+#include "emulator/cloud/treatment.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -33,7 +34,7 @@ ServiceAnswer ServiceState::submit(const QByteArray &contentType, const QByteArr
     const SubmissionRequest request = readSubmission(contentType, body);
     QMutexLocker locker(&m_mutex);
     ++m_counts.submissions;
-    return request.fault.isEmpty() ? receive(request, body) : malformed(request.fault);
+    return request.fault.isEmpty() ? receive(request, body) : failure(400, request.fault);
 }
 
 QString ServiceState::drawFate()
@@ -50,18 +51,11 @@ QString ServiceState::drawFate()
     return chance->fate;
 }
 
-/// An unknown fate changes nothing.
-Treatment ServiceState::treatment(const QString &fate) const
-{
-    const auto known = treatmentFor(m_options, fate);
-    return known ? *known : *treatmentFor(m_options, QString());
-}
-
 ServiceAnswer ServiceState::receive(const SubmissionRequest &request, const QByteArray &body)
 {
     ReceivedJob job;
     job.fate = drawFate();
-    const Treatment how = treatment(job.fate);
+    const Treatment how = treatmentFor(m_options, job.fate);
     const bool accepted = how.submissionStatus < 300;
     job.number = ++m_lastNumber;
     if (!m_options.storeFolder.isEmpty())
@@ -80,7 +74,7 @@ ServiceAnswer ServiceState::receive(const SubmissionRequest &request, const QByt
         job.rawBody = QByteArray(body.constData(), body.size()); // a copy: the buffer is the request's
     m_jobs.append(job);
     if (!accepted)
-        return failure(how.submissionStatus, QStringLiteral("refused as told"));
+        return failure(how.submissionStatus, QStringLiteral("refused by its fate"));
     m_progress.insert(job.veltraId, {job.dsNumber, job.fate, 0});
     ServiceAnswer taken = answer(how.submissionStatus, 0, QJsonObject{{QStringLiteral("veltraId"), job.veltraId}});
     taken.delayMs = how.submissionDelayMs;
@@ -95,7 +89,7 @@ ServiceAnswer ServiceState::result(const QString &veltraId)
     const auto job = m_progress.find(veltraId);
     if (job == m_progress.end())
         return answer(200, 4004, QStringLiteral("任务不存在"));
-    const Treatment how = treatment(job->fate);
+    const Treatment how = treatmentFor(m_options, job->fate);
     if (job->polls++ < how.pollsBeforeFinal)
         return answer(200, 0, QJsonObject{{job->dsNumber, QStringLiteral("正在打印")}});
     if (how.resultIsInvalid)
@@ -110,16 +104,7 @@ ServiceAnswer ServiceState::deviceStatus(const QByteArray &contentType, const QB
 {
     const DeviceStatusRequest request = readDeviceStatus(contentType, body);
     QMutexLocker locker(&m_mutex);
-    ++m_counts.deviceStatuses;
-    if (!request.fault.isEmpty())
-        return malformed(request.fault);
-    return answer(200, m_options.deviceCode, m_options.deviceData);
-}
-
-ServiceAnswer ServiceState::malformed(const QString &reason)
-{
-    ++m_counts.malformed;
-    return failure(400, reason);
+    return request.fault.isEmpty() ? answer(200, 0, QStringLiteral("16")) : failure(400, request.fault);
 }
 
 CloudServiceOptions ServiceState::options() const

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "cloud/cloudservice.h"
-#include "cloud/treatment.h"
+#include "emulator/cloud/cloudservice.h"
 
 #include <QHash>
 #include <QMutex>
@@ -14,11 +13,11 @@ struct ServiceAnswer
 {
     int status = 200;
     QByteArray json;
-    int delayMs = 0;    ///< beside the delay of all answers
+    int delayMs = 0;    ///< added to the delay of all answers
     bool isCut = false; ///< the connection breaks in the middle of the body
 };
 
-/// The service without its network side: takes requests, remembers what came and makes the answers. Thread-safe.
+/// The service without its network side: takes requests, records them and composes the answers. Thread-safe.
 class ServiceState
 {
 public:
@@ -41,10 +40,8 @@ private:
         int polls = 0;
     };
 
-    ServiceAnswer malformed(const QString &reason);
     ServiceAnswer receive(const SubmissionRequest &request, const QByteArray &body);
     QString drawFate();
-    Treatment treatment(const QString &fate) const;
 
     mutable QMutex m_mutex;
     CloudServiceOptions m_options;

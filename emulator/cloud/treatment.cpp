@@ -1,9 +1,6 @@
-#include "cloud/treatment.h"
+#include "emulator/cloud/treatment.h"
 
-#include "cloud/cloudservice.h"
-
-#include <algorithm>
-#include <iterator>
+#include "emulator/cloud/cloudservice.h"
 
 namespace {
 
@@ -47,18 +44,13 @@ QStringList fateNames()
     return names;
 }
 
-std::optional<Treatment> treatmentFor(const CloudServiceOptions &options, const QString &fate)
+Treatment treatmentFor(const CloudServiceOptions &options, const QString &fate)
 {
     Treatment treatment;
-    treatment.submissionStatus = options.submissionStatus;
     treatment.pollsBeforeFinal = options.pollsBeforeFinal;
-    treatment.finalStatus = options.finalStatus;
-    if (fate.isEmpty())
-        return treatment;
-    const auto entry = std::find_if(std::begin(fateTable), std::end(fateTable),
-                                    [&](const FateEntry &candidate) { return fate == QLatin1String(candidate.name); });
-    if (entry == std::end(fateTable))
-        return std::nullopt;
-    entry->apply(treatment);
+    for (const FateEntry &entry : fateTable) {
+        if (fate == QLatin1String(entry.name))
+            entry.apply(treatment);
+    }
     return treatment;
 }

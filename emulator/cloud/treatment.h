@@ -2,8 +2,6 @@
 
 #include <QString>
 
-#include <optional>
-
 struct CloudServiceOptions;
 
 /// How one job is treated, from its submission to its last result.
@@ -13,13 +11,12 @@ struct Treatment
     int submissionDelayMs = 0;
     bool submissionIsCut = false; ///< the connection breaks in the middle of the answer
     int pollsBeforeFinal = 0;
-    QString finalStatus;
-    bool bareText = false;  ///< the final status is the whole of "data"
+    QString finalStatus = QStringLiteral("打印成功");
+    bool bareText = false;  ///< "data" of the final answer is a bare text
     int resultStatus = 200; ///< HTTP status of the final answer
     bool resultIsCut = false;
     bool resultIsInvalid = false; ///< the final answer is an array
 };
 
-/// The treatment that the options ask for, as the fate changes it; no fate has the empty name. Nothing for an unknown
-/// one.
-std::optional<Treatment> treatmentFor(const CloudServiceOptions &options, const QString &fate);
+/// The treatment that the options ask for, as changed by the fate. An empty or unknown one changes nothing.
+Treatment treatmentFor(const CloudServiceOptions &options, const QString &fate);

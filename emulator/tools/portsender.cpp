@@ -77,8 +77,8 @@ void PortSender::sendBlock()
 }
 
 /// Reports the end of the job to the printer, and gives it a moment to close its side: so the job is still in the queue
-/// when the printer's software looks for it, and a reset is noticed. On a descriptor of its own: QTcpSocket does not
-/// distinguish a reset from a close.
+/// when the printer's software looks for it, and a reset is noticed. On a duplicate of the descriptor: QTcpSocket does
+/// not distinguish a reset from a close.
 void PortSender::awaitClose()
 {
     m_closing = dup(static_cast<int>(m_socket.socketDescriptor()));

@@ -8,7 +8,7 @@
 
 namespace Win32Emulator {
 
-/// What an open handle stands for; each kind of handle has a type of its own.
+/// What an open handle stands for; each kind of handle has its own type.
 struct OpenObject
 {
     virtual ~OpenObject() = default;

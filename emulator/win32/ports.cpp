@@ -188,7 +188,7 @@ BOOL WINAPI XcvDataW(HANDLE handle, LPCWSTR command, PBYTE input, DWORD inputSiz
         const auto monitor = opened<MonitorHandle>(handle);
         require(needed && status, ERROR_INVALID_PARAMETER);
         *needed = 0;
-        // The call succeeds whatever the monitor says: it was delivered.
+        // The call succeeds whatever the verdict is: it was delivered.
         *status = perform(name, {monitor, input, inputSize, {output, outputSize, needed}});
     });
 }

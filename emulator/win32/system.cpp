@@ -106,6 +106,12 @@ DWORD WINAPI GetCurrentProcessId()
     return static_cast<DWORD>(getpid());
 }
 
+/// Nothing to allow here: the window manager decides which window is raised.
+BOOL WINAPI AllowSetForegroundWindow(DWORD process)
+{
+    return boolCall({"AllowSetForegroundWindow", process == ASFW_ANY ? "any" : std::to_string(process)}, [] {});
+}
+
 BOOL WINAPI ProcessIdToSessionId(DWORD, DWORD *session)
 {
     return boolCall({"ProcessIdToSessionId"}, [&] {

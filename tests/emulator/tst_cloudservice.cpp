@@ -1,6 +1,6 @@
 // The emulated cloud service takes many requests at once; it must neither lose nor mix up any.
 
-#include "cloud/servicestate.h"
+#include "emulator/cloud/servicestate.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

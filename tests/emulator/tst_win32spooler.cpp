@@ -1,13 +1,15 @@
-// The emulated spooler must be as strict as the platform's, or it would hide faults of its callers.
+// The emulated spooler must be as strict as that of Windows, or it would hide faults of its callers.
 
 #include <QTest>
 
 #include <windows.h>
 #include <winspool.h>
 
-#include "win32/control.h"
+#include "quaylink/portdata.h"
+#include "emulator/win32/control.h"
 
 #include <atomic>
+#include <cstring>
 #include <thread>
 #include <vector>
 
@@ -24,10 +26,10 @@ LPWSTR wide(const QString &text)
 class OpenQueue
 {
 public:
-    explicit OpenQueue(DWORD access)
+    explicit OpenQueue(DWORD access, const QString &name = queueName)
     {
         PRINTER_DEFAULTSW defaults = {nullptr, nullptr, access};
-        OpenPrinterW(wide(queueName), &m_handle, &defaults);
+        OpenPrinterW(wide(name), &m_handle, &defaults);
     }
     ~OpenQueue() { ClosePrinter(m_handle); }
     Q_DISABLE_COPY(OpenQueue)
@@ -124,6 +126,55 @@ private slots:
         QVERIFY(SetPrinterW(queue, 0, nullptr, PRINTER_CONTROL_PURGE));
         QVERIFY(information(queue).isEmpty());
         QCOMPARE(GetLastError(), DWORD(ERROR_PRINTER_DELETED));
+    }
+
+    void onlyAPortItselfIsConfigured_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<DWORD>("expected");
+        QTest::newRow("monitor") << ",XcvMonitor Standard TCP/IP Port" << DWORD(ERROR_INVALID_HANDLE);
+        QTest::newRow("port") << ",XcvPort OXCloud001" << DWORD(ERROR_SUCCESS);
+    }
+
+    void onlyAPortItselfIsConfigured()
+    {
+        QFETCH(QString, name);
+        QFETCH(DWORD, expected);
+        const OpenQueue monitor(SERVER_ACCESS_ADMINISTER, name);
+        Quaylink::PortData data = {{}, 1, Quaylink::rawProtocol, sizeof data, 0, {}, {}, 0, {}, {}, {}, 8102, 0, 0};
+        std::memcpy(data.portName, wide("OXCloud001"), sizeof u"OXCloud001");
+        DWORD needed = 0;
+        DWORD status = 0;
+        QVERIFY(XcvDataW(monitor, wide("ConfigPort"), reinterpret_cast<PBYTE>(&data), sizeof data, nullptr, 0, &needed,
+                         &status));
+        QCOMPARE(status, expected);
+        QCOMPARE(Win32Emulator::ports()[0].number, expected == ERROR_SUCCESS ? 8102U : 8101U);
+    }
+
+    void anOddTextGrowsBeforeAZeroByte()
+    {
+        const OpenQueue queue(PRINTER_ACCESS_ADMINISTER);
+        for (const auto &[next, size] : {std::pair('\xff', 17U), std::pair('\0', 19U)}) {
+            QByteArray text = QByteArray("0123456789ABCDEF") + '\0' + next;
+            QCOMPARE(SetPrinterDataW(queue, wide("CloudId"), REG_SZ, reinterpret_cast<LPBYTE>(text.data()), 17),
+                     DWORD(ERROR_SUCCESS));
+            DWORD needed = 0;
+            QCOMPARE(GetPrinterDataW(queue, wide("CloudId"), nullptr, nullptr, 0, &needed), DWORD(ERROR_MORE_DATA));
+            QCOMPARE(needed, size);
+        }
+    }
+
+    void networkPrintersAreListedIfAskedFor()
+    {
+        const auto sizeOfList = [](DWORD flags) {
+            DWORD needed = 0;
+            DWORD returned = 0;
+            EnumPrintersW(flags, nullptr, 2, nullptr, 0, &needed, &returned);
+            return needed;
+        };
+        QVERIFY(sizeOfList(PRINTER_ENUM_LOCAL) > 0 && sizeOfList(PRINTER_ENUM_CONNECTIONS) > 0);
+        QCOMPARE(sizeOfList(PRINTER_ENUM_LOCAL | PRINTER_ENUM_CONNECTIONS),
+                 sizeOfList(PRINTER_ENUM_LOCAL) + sizeOfList(PRINTER_ENUM_CONNECTIONS));
     }
 
     void threadsDoNotDisturbEachOther()

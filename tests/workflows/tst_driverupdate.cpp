@@ -64,7 +64,7 @@ private slots:
         QFETCH(QString, package);
         Win32Emulator::reset();
         if (installed != "none")
-            Win32Emulator::installDriver({model.toStdString(), "Windows x64", installed.toStdString(), "old.inf"});
+            Win32Emulator::addDriver({model.toStdString(), "Windows x64", installed.toStdString(), "old.inf"});
         layPackage(package);
         QTEST(DriverCheck::versions().state, "state");
     }

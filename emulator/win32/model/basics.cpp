@@ -4,24 +4,13 @@
 
 namespace Win32Emulator {
 
-namespace {
-
-std::string madeFolder(const QString &path)
-{
-    QDir().mkpath(path);
-    return path.toStdString();
-}
-
-} // namespace
-
 std::string homeFolder()
 {
-    return madeFolder(qEnvironmentVariable("WIN32_EMULATOR_HOME", WIN32_EMULATOR_DEFAULT_HOME));
-}
-
-std::string spoolFolder()
-{
-    return madeFolder(QString::fromStdString(homeFolder() + "/spool"));
+    thread_local std::string made;
+    const std::string folder = qEnvironmentVariable("WIN32_EMULATOR_HOME", WIN32_EMULATOR_DEFAULT_HOME).toStdString();
+    if (folder != made)
+        QDir().mkpath(QString::fromStdString(folder));
+    return made = folder;
 }
 
 int compareNames(const std::string &left, const std::string &right)

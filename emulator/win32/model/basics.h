@@ -31,9 +31,6 @@ inline void require(bool holds, unsigned errorCode, const std::string &text = {}
 /// The variable is read on each call, so a test can move to another machine.
 std::string homeFolder();
 
-/// The folder of the spooled jobs' bytes, inside the home. Created if missing.
-std::string spoolFolder();
-
 /// Orders two UTF-8 names as Windows compares the names of queues, ports, drivers and values: regardless of case, in
 /// any script. Negative, 0 or positive.
 int compareNames(const std::string &left, const std::string &right);

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-/// SQL over the state of the emulated machine in the home folder. Each thread has a connection of its own, opened (and
+/// SQL over the state of the emulated machine in the home folder. Each thread has its own connection, opened (and
 /// the state created) on first use. Everything here throws std::runtime_error when SQLite refuses.
 namespace Win32Emulator {
 

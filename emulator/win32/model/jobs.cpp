@@ -21,7 +21,7 @@ Job readJob(const Values &row)
     return {row[0], row[1], row[2].number, QDateTime::fromSecsSinceEpoch(row[3].number, Qt::UTC), row[4], row[5]};
 }
 
-/// Deletes the jobs that match the condition, rows first: a sender sees by the row that its job is gone.
+/// Deletes the jobs that match the condition, rows first: a sender finds out by the row that its job was removed.
 void removeWhere(const std::string &condition, std::int64_t value)
 {
     for (const Values &row : query("DELETE FROM jobs WHERE " + condition + " RETURNING file", {value}))
@@ -33,7 +33,7 @@ void removeWhere(const std::string &condition, std::int64_t value)
 unsigned addJob(const std::string &printer, const std::string &document, std::string_view bytes,
                 const QDateTime &submitted)
 {
-    QTemporaryFile file(QString::fromStdString(spoolFolder()) + QStringLiteral("/XXXXXX.spl"));
+    QTemporaryFile file(QString::fromStdString(homeFolder()) + QStringLiteral("/XXXXXX.spl"));
     const auto size = static_cast<std::int64_t>(bytes.size());
     if (!file.open() || file.write(bytes.data(), size) != size || !file.flush())
         throw Error(ERROR_WRITE_FAULT, "cannot spool the job: " + file.errorString().toStdString());
@@ -66,6 +66,11 @@ void removeJob(unsigned job)
 void purgeJobs(std::int64_t printer)
 {
     removeWhere("printer = ?", printer);
+}
+
+void removeJobs()
+{
+    removeWhere("id > ?", 0);
 }
 
 bool jobExists(unsigned job)

@@ -35,8 +35,9 @@ void setJobStatus(unsigned job, unsigned status);
 /// Removes a job if there is one of that number. A queue that awaits its deletion is deleted with its last job.
 void removeJob(unsigned job);
 
-/// Removes all jobs of a queue.
+/// Removes all jobs of a queue, or of all queues.
 void purgeJobs(std::int64_t printer);
+void removeJobs();
 
 bool jobExists(unsigned job);
 

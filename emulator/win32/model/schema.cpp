@@ -2,8 +2,7 @@
 
 #include "emulator/win32/model/basics.h"
 #include "emulator/win32/model/database.h"
-
-#include <filesystem>
+#include "emulator/win32/model/jobs.h"
 
 namespace Win32Emulator {
 
@@ -89,12 +88,12 @@ const char *const createTables = R"(
 void resetState()
 {
     Transaction transaction;
-    for (const char *table : {"services", "service_scripts", "driver_packages", "drivers", "ports", "jobs", "printers",
+    removeJobs();
+    for (const char *table : {"services", "service_scripts", "driver_packages", "drivers", "ports", "printers",
                               "faults", "calls", "sqlite_sequence"})
         run(std::string("DELETE FROM ") + table);
     run("INSERT INTO services (name, state) VALUES ('Spooler', 4)");
     transaction.commit();
-    std::filesystem::remove_all(spoolFolder());
 }
 
 } // namespace Win32Emulator
