@@ -35,6 +35,9 @@ bool Stage::startCloud(const QStringList &options)
 
 bool Stage::startProgram()
 {
+    // glibc would raise its mmap threshold with the jobs and keep an arena per thread: freed memory would stay.
+    m_folder.setEnvironment("MALLOC_MMAP_THRESHOLD_", "131072");
+    m_folder.setEnvironment("MALLOC_ARENA_MAX", "1");
     m_program = m_folder.start("OrvoCloudManager");
     return std::all_of(m_printers.begin(), m_printers.end(),
                        [](const StagePrinter &printer) { return awaitListener(printer.port); }) &&

@@ -8,25 +8,10 @@
 #include <QDebug>
 #include <QTranslator>
 
-#ifdef __GLIBC__
-#include <malloc.h>
-#endif
-
 namespace {
 
 constexpr int handOverTimeout = 5000; // ms
 constexpr int endTimeout = 5000;      // ms that workers may take to end
-
-/// What a job took goes back to the system when the job is over. By default the library's limit for that grows with the
-/// jobs and every relay thread has a heap of its own: hundreds of MiB stay behind.
-void returnFreedMemory()
-{
-#ifdef __GLIBC__
-    constexpr int largeBlock = 128 * 1024; // bytes; the library's own first limit
-    mallopt(M_MMAP_THRESHOLD, largeBlock);
-    mallopt(M_ARENA_MAX, 1);
-#endif
-}
 
 void enableHighDpi()
 {
@@ -71,7 +56,6 @@ int runMainWindow(QtSingleApplication &application)
 
 int main(int argc, char *argv[])
 {
-    returnFreedMemory();
     enableHighDpi();
     QtSingleApplication application(argc, argv);
     qInstallMessageHandler(messageOutput);
