@@ -11,13 +11,15 @@
 
 #include <windows.h>
 
+using namespace std::chrono_literals;
+
 namespace {
 
-constexpr int connectPause = 50;         // ms between attempts: the first instance may not listen yet
-constexpr int connectionLifetime = 5000; // ms that a sender may take
+constexpr auto connectPause = 50ms;     // between attempts: the first instance may not listen yet
+constexpr auto connectionLifetime = 5s; // that a sender may take
 const QByteArray acknowledgement = QByteArrayLiteral("ack");
 
-/// Local sockets are machine-wide on some systems, so the user session is part of the name.
+/// On Windows local socket names are machine-wide, so the user session is part of the name.
 QString nameFor(const QString &identifier)
 {
     DWORD session = 0;
@@ -38,7 +40,7 @@ bool connectTo(QLocalSocket &socket, const QString &name, const QDeadlineTimer &
         if (socket.waitForConnected(remaining(deadline)))
             return true;
         socket.abort();
-        QThread::msleep(connectPause);
+        QThread::msleep(connectPause.count());
     }
     return false;
 }
@@ -52,10 +54,8 @@ InstanceGuard::InstanceGuard(const QString &identifier, QObject *parent)
     const QString mutexName = QStringLiteral("Local\\") + m_socketName;
     m_mutex = CreateMutexW(nullptr, FALSE, reinterpret_cast<LPCWSTR>(mutexName.utf16()));
     const DWORD error = GetLastError();
-    // A mutex that this process may not open belongs to an instance with other rights: that one runs, too.
+    // A mutex that this process may not open belongs to an instance with other rights.
     m_taken = m_mutex ? error == ERROR_ALREADY_EXISTS : error == ERROR_ACCESS_DENIED;
-    if (!m_taken)
-        listen();
 }
 
 InstanceGuard::~InstanceGuard()
@@ -67,9 +67,11 @@ InstanceGuard::~InstanceGuard()
 
 void InstanceGuard::listen()
 {
+    if (m_taken)
+        return;
     connect(&m_server, &QLocalServer::newConnection, this, &InstanceGuard::accept);
     m_server.setSocketOptions(QLocalServer::UserAccessOption);
-    // What an instance that was killed left behind; the guard is ours, so nobody listens there.
+    // Remove the socket of a killed instance. We hold the mutex, so nobody is using it.
     QLocalServer::removeServer(m_socketName);
     if (!m_server.listen(m_socketName))
         qWarning() << "InstanceGuard cannot listen:" << m_server.errorString();
@@ -91,27 +93,29 @@ void InstanceGuard::receive(QLocalSocket *socket)
         socket->abort();
     if (message.state != InstanceMessage::State::Complete)
         return;
-    // One message a connection, whatever comes behind it.
+    // One message per connection; anything after it is ignored.
     disconnect(socket, &QLocalSocket::readyRead, this, nullptr);
-    // Answered before the message is acted upon, which may take its time.
+    // Acknowledged first: acting on the message may take longer than the sender waits.
     socket->write(acknowledgement);
     socket->flush();
     socket->disconnectFromServer();
     emit messageReceived(message.text);
 }
 
-bool InstanceGuard::send(const QString &message, int timeout) const
+InstanceGuard::Delivery InstanceGuard::send(const QString &message, std::chrono::milliseconds timeout) const
 {
+    // The process that the user has just started may raise windows; without its leave the first instance may not.
+    AllowSetForegroundWindow(ASFW_ANY);
     const QDeadlineTimer deadline(timeout);
     QLocalSocket socket;
     if (!connectTo(socket, m_socketName, deadline))
-        return false;
+        return Delivery::Unreachable;
     socket.write(InstanceMessage::framed(message));
     while (socket.bytesToWrite() > 0)
         if (!socket.waitForBytesWritten(remaining(deadline)))
-            return false;
+            return Delivery::Unanswered;
     while (socket.bytesAvailable() < acknowledgement.size())
         if (!socket.waitForReadyRead(remaining(deadline)))
-            return false;
-    return socket.read(acknowledgement.size()) == acknowledgement;
+            return Delivery::Unanswered;
+    return socket.read(acknowledgement.size()) == acknowledgement ? Delivery::Acknowledged : Delivery::Unanswered;
 }

@@ -4,34 +4,40 @@
 #include <QObject>
 #include <QString>
 
+#include <chrono>
+
 class QLocalSocket;
 
 /// Keeps one instance per user session and identifier, and carries a short text from a later instance to the first.
 ///
-/// The guard itself is a named mutex of the platform: the system frees it when the process ends, however it ends, so
-/// there is nothing stale to recognise and two starts in the same instant are told apart. The text goes over a local
-/// socket as an InstanceMessage, answered by "ack". Main thread.
+/// The guard itself is a named mutex of Windows, which frees it when the process ends, however it ends: there is
+/// nothing stale to recognise, and of two simultaneous starts one gets it. The text travels over a local socket as an
+/// InstanceMessage, acknowledged by "ack". Main thread.
 class InstanceGuard : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Takes the guard, or finds it taken, and in the former case begins to listen.
+    /// Tries to acquire the guard.
     explicit InstanceGuard(const QString &identifier, QObject *parent = nullptr);
     ~InstanceGuard() override;
 
     bool isTaken() const { return m_taken; }
     const QString &socketName() const { return m_socketName; }
 
-    /// Hands a text to the instance that holds the guard. True when that one has acknowledged it; connecting, writing
-    /// and waiting for the answer share the one time-out in milliseconds. Blocks.
-    bool send(const QString &message, int timeout) const;
+    /// Listens for messages, if this instance holds the guard. A failure is logged.
+    void listen();
+
+    enum class Delivery { Acknowledged, Unanswered, Unreachable };
+
+    /// Hands a text to the instance that holds the guard. Connecting, writing and waiting for the acknowledgement share
+    /// the time-out. Blocks. Unreachable: nobody listens.
+    Delivery send(const QString &message, std::chrono::milliseconds timeout) const;
 
 signals:
     void messageReceived(const QString &message);
 
 private:
-    void listen();
     void accept();
     void receive(QLocalSocket *socket);
 

@@ -5,11 +5,11 @@
 
 class QIODevice;
 
-/// How a text goes from a later instance to the first: its length as 32 bits in network order, then its UTF-8 bytes.
-/// Pure functions, any thread.
+/// The format of a message from a later instance to the first: the length as 32 bits in network byte order, then the
+/// UTF-8 text. Pure functions, any thread.
 namespace InstanceMessage {
 
-/// The longest text that is taken.
+/// A longer text is rejected.
 inline constexpr quint32 sizeLimit = 65536; // bytes
 
 enum class State { Incomplete, TooLong, Complete };
@@ -22,8 +22,8 @@ struct Reading
 
 QByteArray framed(const QString &text);
 
-/// Takes one message from the device; what follows it stays there. While it is incomplete, or when it is too long,
-/// nothing is taken, so the call is repeated when more has arrived.
+/// Reads one message; what follows it stays in the device. An incomplete or too long message is not consumed: repeat
+/// the call when more data has arrived.
 Reading read(QIODevice &device);
 
 } // namespace InstanceMessage

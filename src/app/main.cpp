@@ -3,15 +3,20 @@
 #include "base/runningthreads.h"
 #include "store/driverinfo.h"
 #include "ui/appearance.h"
+#include "ui/errordialog.h"
 #include "ui/velmainwindow.h"
 
 #include <QDebug>
 #include <QTranslator>
 
+#include <chrono>
+
+using namespace std::chrono_literals;
+
 namespace {
 
-constexpr int handOverTimeout = 5000; // ms
-constexpr int endTimeout = 5000;      // ms that workers may take to end
+constexpr auto handOverTimeout = 5s;
+constexpr auto endTimeout = 5s; // that workers may take to end
 
 void enableHighDpi()
 {
@@ -29,7 +34,7 @@ void logArguments()
         qDebug() << "argv[" << i << "]=" << qUtf8Printable(arguments.at(i));
 }
 
-/// The framework's own texts in Chinese. Without the file they stay as they are.
+/// The texts of Qt's own dialogs in Chinese. Without the file they stay as they are.
 void installTranslation(QCoreApplication &application)
 {
     auto *translator = new QTranslator(&application);
@@ -40,12 +45,26 @@ void installTranslation(QCoreApplication &application)
     application.installTranslator(translator);
 }
 
+/// Lets the running instance show its window. One that hangs is left alone; one that cannot be reached will not be
+/// reached by the next start either, so the user is shown the other way to its window.
+void handOver(const QtSingleApplication &application)
+{
+    const auto delivery = application.sendMessage(QStringLiteral("raise_window_noop"), handOverTimeout);
+    if (delivery == InstanceGuard::Delivery::Acknowledged)
+        return;
+    qWarning() << "the running instance has not acknowledged";
+    if (delivery != InstanceGuard::Delivery::Unreachable)
+        return;
+    prepareAppearance();
+    showMessage(QStringLiteral("程序已在运行，请双击任务栏通知区域中的图标打开主界面。"));
+}
+
 int runMainWindow(QtSingleApplication &application)
 {
     prepareAppearance();
     VelMainWindow window;
     application.setActivationWindow(&window, true);
-    // A message thus raises the window twice. Intended, and harmless.
+    // Connected twice on purpose: a message raises the window twice, which is harmless.
     QObject::connect(&application, &QtSingleApplication::messageReceived, &application,
                      &QtSingleApplication::activateWindow);
     window.show();
@@ -61,9 +80,10 @@ int main(int argc, char *argv[])
     qInstallMessageHandler(messageOutput);
     logArguments();
     if (application.isRunning()) {
-        application.sendMessage(QStringLiteral("raise_window_noop"), handOverTimeout);
+        handOver(application);
         return 0;
     }
+    application.listen();
     qRegisterMetaType<DriverInfo>("DriverInfo");
     QApplication::setQuitOnLastWindowClosed(false);
     installTranslation(application);

@@ -19,8 +19,14 @@ public:
     /// True when another instance holds the guard.
     bool isRunning() const { return m_guard.isTaken(); }
 
-    /// Sends a text to that instance; waits at most `timeout` milliseconds for its acknowledgement.
-    bool sendMessage(const QString &message, int timeout = 5000) const { return m_guard.send(message, timeout); }
+    /// Sends a text to that instance and waits for its acknowledgement.
+    InstanceGuard::Delivery sendMessage(const QString &message, std::chrono::milliseconds timeout) const
+    {
+        return m_guard.send(message, timeout);
+    }
+
+    /// Starts receiving the messages of later instances. Call it when the log is set up: it reports a failure there.
+    void listen() { m_guard.listen(); }
 
     /// The window that activateWindow() brings to the front; not owned. With `activateOnMessage` every message does so.
     void setActivationWindow(QWidget *window, bool activateOnMessage = true);

@@ -30,7 +30,7 @@ QString levelWord(QtMsgType type)
     case QtCriticalMsg:
         return QStringLiteral("Critical:");
     case QtFatalMsg:
-        // Intended: a fatal message ends the process on the spot and is never written.
+        // Aborts before anything is written: a fatal message is never in the log.
         std::abort();
     case QtInfoMsg:
         return QStringLiteral("Info:");
@@ -43,7 +43,7 @@ void appendLine(const QString &fileName, const QString &line)
     QFile file(fileName);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Append))
         return;
-    appendWhole(file, line + QStringLiteral("\r\n"));
+    appendAtomically(file, line + QStringLiteral("\r\n"));
 }
 
 } // namespace
@@ -70,7 +70,7 @@ void LogFileManage(int days)
     const QStringList names = folder.entryList({QStringLiteral("*.log")});
     for (const QString &name : names) {
         const QString day = QString(name).remove(QStringLiteral(".log"));
-        // A name that is no date gives 0 here and is kept.
+        // daysTo() of an invalid date is 0, so other files are kept.
         const qint64 daysPast = thresholdDate.daysTo(QDate::fromString(day, QStringLiteral("yyyy-MM-dd")));
         qDebug() << "100_LogFileManage thresholdDate: " << daysPast;
         if (daysPast < 0)

@@ -38,16 +38,16 @@ void start(QThread *thread)
     thread->start(QThread::InheritPriority);
 }
 
-bool endAll(int milliseconds)
+bool endAll(std::chrono::milliseconds timeout)
 {
-    // The threads' objects live on this thread, so none goes away while the list is walked.
-    const QDeadlineTimer deadline(milliseconds);
+    // The thread objects live on this thread, so none is deleted during the loop.
+    const QDeadlineTimer deadline(timeout);
     const QSet<QThread *> running = listed();
     for (QThread *thread : running)
         thread->requestInterruption();
     bool allEnded = true;
     for (QThread *thread : running) {
-        // Deleted here: the deleteLater() of a finished thread finds no event loop any more.
+        // Deleted here: no event loop is left to run the finished thread's deleteLater().
         if (thread->wait(deadline))
             delete thread;
         else

@@ -2,13 +2,15 @@
 
 #include <QtGlobal>
 
+#include <chrono>
+
 class QThread;
 
-/// The worker threads that must not outlive the application object. They delete themselves when they finish; this list
-/// only lets the end of the process stop what still runs. Callable from any thread.
+/// The worker threads that must not outlive the application object. They delete themselves when they finish; the list
+/// is only for stopping the rest when the program ends. Callable from any thread.
 namespace RunningThreads {
 
-/// Lists a thread until it is destroyed, lets it delete itself when it has finished, and starts it with the inherited
+/// Lists a thread until it is destroyed, makes it delete itself when it has finished, and starts it with the inherited
 /// priority. It must have no other owner.
 void start(QThread *thread);
 
@@ -22,9 +24,9 @@ public:
     Q_DISABLE_COPY(CriticalWork)
 };
 
-/// Asks every listed thread to end (QThread::requestInterruption), waits for them at most `milliseconds` in all, or
-/// up to two minutes for critical work, and deletes those that did. Main thread, after the event loop. False when some
+/// Asks every listed thread to end (QThread::requestInterruption), waits at most `timeout` for all of them together, or
+/// up to two minutes for critical work, and deletes those that have ended. Main thread, after the event loop. False if a
 /// thread still runs: it is left alone.
-bool endAll(int milliseconds);
+bool endAll(std::chrono::milliseconds timeout);
 
 } // namespace RunningThreads

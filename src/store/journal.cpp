@@ -46,7 +46,7 @@ void appendDetail(const QString &key, const QString &record)
         logFileError(file);
         return;
     }
-    appendWhole(file, record + recordEnd);
+    appendAtomically(file, record + recordEnd);
 }
 
 QString readDetails(const QString &key, qint64 from)

@@ -1,11 +1,12 @@
-#include "src/app/qtsingleapplication.h"
+#include "src/app/instanceguard.h"
+#include "tests/support/machine.h"
 #include "tests/support/programfolder.h"
 
+#include <QDir>
 #include <QElapsedTimer>
 #include <QLocalSocket>
 #include <QSignalSpy>
 #include <QTest>
-#include <QWidget>
 
 #include <algorithm>
 #include <csignal>
@@ -14,7 +15,6 @@
 namespace {
 
 const QString program = "OrvoCloudManager";
-const QString handOver = "raise_window_noop";
 constexpr int handOverLimit = 6000; // ms
 
 /// Counts the lines that only a first instance goes on to write.
@@ -37,28 +37,11 @@ class SingleInstanceTest : public QObject
     Q_OBJECT
 
 private slots:
-    /// Sent by a second process of this executable; main() below sees the argument.
-    void messageRaisesTheWindow()
-    {
-        QWidget window;
-        window.showMinimized();
-        window.hide(); // in the tray
-        auto *application = static_cast<QtSingleApplication *>(qApp);
-        application->setActivationWindow(&window);
-        QSignalSpy received(application, &QtSingleApplication::messageReceived);
-        QProcess sender;
-        sender.start(QCoreApplication::applicationFilePath(), {"--send"});
-        QTRY_COMPARE(received.count(), 1);
-        QCOMPARE(received.first().first().toString(), handOver);
-        QCOMPARE(exitCodeOf(&sender), 0);
-        QTRY_VERIFY(window.isVisible() && !window.isMinimized());
-        QTRY_VERIFY(window.isActiveWindow());
-    }
-
     void rubbishOnTheSocket()
     {
         InstanceGuard guard("rubbish");
         QVERIFY(!guard.isTaken());
+        guard.listen();
         QSignalSpy received(&guard, &InstanceGuard::messageReceived);
         QLocalSocket half, flood, quick;
         for (QLocalSocket *socket : {&half, &flood, &quick}) {
@@ -82,6 +65,8 @@ private slots:
         startFirst(copy);
         QCOMPARE(exitCodeOf(folder.start(program, {"one", "二"})), 0);
         QVERIFY(folder.log().contains("argv[ 2 ]= 二"));
+        qputenv("WIN32_EMULATOR_HOME", folder.path("win32").toLocal8Bit());
+        QCOMPARE(argumentsOf("AllowSetForegroundWindow"), QStringList("any"));
 
         ::kill(pid_t(first->processId()), SIGSTOP);
         QElapsedTimer timer;
@@ -91,6 +76,21 @@ private slots:
         ::kill(pid_t(first->processId()), SIGCONT);
         QCOMPARE(exitCodeOf(folder.start(program)), 0);
         QCOMPARE(windows(folder), 1);
+    }
+
+    /// A path that is too long for a socket, for instance.
+    void firstInstanceThatCannotListen()
+    {
+        ProgramFolder folder;
+        const QString longName(110, 'x');
+        QVERIFY(QDir(folder.path()).mkdir(longName));
+        folder.setEnvironment("TMPDIR", folder.path(longName));
+        startFirst(folder);
+        QCOMPARE(folder.log().count("Warning: InstanceGuard cannot listen:"), 1);
+        const QProcess *second = folder.start(program);
+        QTRY_VERIFY_WITH_TIMEOUT(folder.log().contains("the running instance has not acknowledged"), handOverLimit);
+        QTest::qWait(500);
+        QVERIFY2(second->state() == QProcess::Running, "it shows a message to the user");
     }
 
     /// The state that a killed instance leaves behind is the hardest one to start from.
@@ -127,13 +127,6 @@ private:
     }
 };
 
-int main(int argc, char *argv[])
-{
-    QtSingleApplication application(argc, argv);
-    if (application.arguments().contains("--send"))
-        return application.isRunning() && application.sendMessage(handOver) ? 0 : 1;
-    SingleInstanceTest test;
-    return QTest::qExec(&test, argc, argv);
-}
+QTEST_GUILESS_MAIN(SingleInstanceTest)
 
 #include "tst_singleinstance.moc"

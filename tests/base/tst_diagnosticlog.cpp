@@ -7,6 +7,10 @@
 #include <QRegularExpression>
 #include <QTest>
 
+#include <sys/resource.h>
+
+#include <csignal>
+
 namespace {
 
 QDir logFolder()
@@ -65,6 +69,29 @@ private slots:
         QCOMPARE(process.exitStatus(), QProcess::CrashExit);
         QVERIFY(today().contains("before the end"));
         QVERIFY(!today().contains("the end of it"));
+    }
+
+    void lineThatDoesNotFitLeavesNothing_data()
+    {
+        QTest::addColumn<int>("size");
+        QTest::newRow("in the buffer") << 5000;
+        QTest::newRow("past the buffer") << 40000;
+    }
+
+    void lineThatDoesNotFitLeavesNothing()
+    {
+        QFETCH(int, size);
+        write(QtInfoMsg, "before");
+        const QString before = today();
+        const auto ignored = std::signal(SIGXFSZ, SIG_IGN);
+        rlimit limit = {};
+        QCOMPARE(getrlimit(RLIMIT_FSIZE, &limit), 0);
+        const rlimit full{rlim_t(before.size() + 4000), limit.rlim_max}; // as a disk does, it takes a part
+        QCOMPARE(setrlimit(RLIMIT_FSIZE, &full), 0);
+        write(QtInfoMsg, QString(size, 'x'));
+        setrlimit(RLIMIT_FSIZE, &limit);
+        std::signal(SIGXFSZ, ignored);
+        QCOMPARE(today(), before);
     }
 
     void missingFolderIsNotCreated()

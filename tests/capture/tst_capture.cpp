@@ -110,7 +110,7 @@ private slots:
     }
     void cleanup()
     {
-        QVERIFY(RunningThreads::endAll(20000));
+        QVERIFY(RunningThreads::endAll(std::chrono::seconds(20)));
         QCOMPARE(Win32Emulator::openHandles(), 0);
     }
 

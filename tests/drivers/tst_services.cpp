@@ -165,9 +165,9 @@ private slots:
         const LogRecorder log;
         RunningThreads::start(QThread::create([] { CPrinter().RemovePrinterDriver("Orvo OX-410T", EnvX64); }));
         QTRY_VERIFY(!Win32Emulator::calls("ControlService").empty());
-        RunningThreads::endAll(0);
+        RunningThreads::endAll(std::chrono::seconds(0));
         QCOMPARE(Win32Emulator::serviceState("Spooler"), running);
-        QVERIFY(RunningThreads::endAll(5000));
+        QVERIFY(RunningThreads::endAll(std::chrono::seconds(5)));
         QVERIFY(log.contains("899_CPrinter Service stopped successfully"));
         QVERIFY2(Win32Emulator::calls("ControlService").size() == 1, "no second stop at the end");
     }

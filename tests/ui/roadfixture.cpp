@@ -165,6 +165,6 @@ void RoadTestCase::init()
 
 void RoadTestCase::cleanup()
 {
-    QVERIFY(RunningThreads::endAll(20000));
+    QVERIFY(RunningThreads::endAll(std::chrono::seconds(20)));
     QCOMPARE(Win32Emulator::openHandles(), 0);
 }

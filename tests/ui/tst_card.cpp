@@ -226,7 +226,7 @@ void CardTest::programEndsWhileJobsRun()
         road.find<QPushButton>("testButton")->click();
         timer.start();
     }
-    QVERIFY(RunningThreads::endAll(5000));
+    QVERIFY(RunningThreads::endAll(std::chrono::seconds(5)));
     QVERIFY(timer.elapsed() < 3000);
 }
 

@@ -299,7 +299,7 @@ void PrintersTest::refusesWhatWasTyped()
     Win32Emulator::clearCalls();
     fill(road, name, number);
     QCOMPARE(road.messages(), QStringList(message));
-    QVERIFY(RunningThreads::endAll(1000));
+    QVERIFY(RunningThreads::endAll(std::chrono::seconds(1)));
     QVERIFY(Win32Emulator::calls().empty());
 }
 

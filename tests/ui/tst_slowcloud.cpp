@@ -52,7 +52,7 @@ void SlowCloudTest::waitsAsLongAsItShould()
     QVERIFY2(timer.elapsed() > 30000, "asked once a second");
     QCOMPARE(peer.requestCount(result + "?veltraId=LONG"), 31);
     QCOMPARE(peer.requestCount(submission), 4);
-    QVERIFY(RunningThreads::endAll(20000));
+    QVERIFY(RunningThreads::endAll(std::chrono::seconds(20)));
 }
 
 QTEST_MAIN(SlowCloudTest)

@@ -25,6 +25,8 @@ private slots:
 
     void doubleClickBringsTheWindowBack_data();
     void doubleClickBringsTheWindowBack();
+    void secondStartBringsTheWindowBack_data();
+    void secondStartBringsTheWindowBack();
     void menuShowsTheWindow();
     void menuEndsTheProgram();
 
@@ -162,6 +164,27 @@ void TrayTest::doubleClickBringsTheWindowBack()
     QVERIFY(!shows(mainWindow));
     clickIcon({"--repeat", "2", "--delay", "50", "1"});
     QTRY_VERIFY(shows(mainWindow));
+}
+
+void TrayTest::secondStartBringsTheWindowBack_data()
+{
+    QTest::addColumn<int>("button"); // x of it
+    QTest::newRow("hidden") << 731;
+    QTest::newRow("minimised") << 696;
+}
+
+void TrayTest::secondStartBringsTheWindowBack()
+{
+    QFETCH(int, button);
+    startProgram();
+    const QString window = hand({"search", "--onlyvisible", "--name", mainWindow});
+    clickWindow(190 + button, 29);
+    QTRY_VERIFY(!shows(mainWindow));
+    QProcess *second = m_installation->startProgram();
+    QVERIFY(second->waitForFinished());
+    QCOMPARE(second->exitCode(), 0);
+    QTRY_VERIFY(shows(mainWindow));
+    QTRY_COMPARE(hand({"getactivewindow"}), window);
 }
 
 void TrayTest::menuShowsTheWindow()
