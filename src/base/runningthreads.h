@@ -25,8 +25,8 @@ public:
 };
 
 /// Asks every listed thread to end (QThread::requestInterruption), waits at most `timeout` for all of them together, or
-/// up to two minutes for critical work, and deletes those that have ended. Main thread, after the event loop. False if a
-/// thread still runs: it is left alone.
+/// up to two minutes for critical work, and deletes those that have ended. Main thread, after the event loop. False if
+/// a thread still runs: it is left alone.
 bool endAll(std::chrono::milliseconds timeout);
 
 } // namespace RunningThreads

@@ -4,6 +4,7 @@
 #include "capture/printerthread.h"
 #include "capture/relaylink.h"
 #include "spooler/cprinter.h"
+#include "store/printrecord.h"
 
 #include <QDebug>
 #include <QTcpSocket>
@@ -122,5 +123,5 @@ QString PrinterServer::currentJobLabel() const
     const QList<SpoolJob> jobs = spoolJobs(m_info.printerName);
     const auto job =
         std::find_if(jobs.begin(), jobs.end(), [](const SpoolJob &candidate) { return candidate.printing; });
-    return job == jobs.end() ? QString() : job->document + QLatin1Char(';') + job->submissionTime;
+    return job == jobs.end() ? QString() : JobLabel{job->document, job->submissionTime}.text();
 }

@@ -82,7 +82,7 @@ void clearOldDetails()
     const QStringList names = folder.entryList({QLatin1Char('*') + suffix});
     for (const QString &name : names) {
         const QString day = QString(name).remove(suffix).mid(keyLength);
-        // A name that is no date gives 0 here and is kept.
+        // daysTo() of an invalid date is 0, so other files are kept.
         if (threshold.daysTo(QDate::fromString(day, dateFormat)) < 0)
             folder.remove(name);
     }

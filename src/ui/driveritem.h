@@ -17,6 +17,7 @@ class QLayout;
 class QLineEdit;
 class RemovePrinterThread;
 class StateThread;
+struct JobRecord;
 
 /// The card of one cloud printer: its name, its serial, the state of the device as the cloud service tells it, and the
 /// actions on it. Behind what is seen it follows each job of the printer from the answer to its submission to its end,
@@ -71,20 +72,6 @@ public slots:
     void devStateReceive(QNetworkReply *reply);
 
 private:
-    /// What the journal and the user are told of a job. A copy: while a message is open the next job may arrive, and
-    /// the card may go.
-    struct JobRecord
-    {
-        QString cloudSn;
-        QString label;
-        int size;
-        QString time; // local, HH:mm:ss
-
-        bool isTestPage() const;
-        void show(const QString &text) const;
-        void journal(const QString &status) const;
-    };
-
     void buildPanel();
     QLayout *fieldRows();
     QLayout *refreshRow();
@@ -101,6 +88,7 @@ private:
     bool changeName(const QString &name);
     void takeName(const QString &name);
 
+    /// A copy: while a message is open the next job may arrive, or the card may be deleted.
     JobRecord currentJob() const;
     void failSubmission(QNetworkReply::NetworkError error);
     void followJob(const QJsonDocument &jd);

@@ -4,6 +4,7 @@
 #include "cloud/protocol.h"
 #include "cloud/statethread.h"
 #include "store/journal.h"
+#include "store/printrecord.h"
 #include "ui/actionbutton.h"
 #include "ui/errordialog.h"
 
@@ -14,24 +15,23 @@
 
 // How a card follows a print job: the answer to its submission, then the question for its result once a second.
 
-bool DriverItem::JobRecord::isTestPage() const
-{
-    return label.contains(QStringLiteral("测试页;"));
-}
+namespace {
 
-/// Tells the user of a test print's outcome; other jobs end silently on screen.
-void DriverItem::JobRecord::show(const QString &text) const
+/// Shows the outcome of a test print; other jobs end silently on screen.
+void showOutcome(const JobRecord &job, const QString &text)
 {
-    if (isTestPage())
+    if (job.isTestPage())
         showMessage(text);
 }
 
-void DriverItem::JobRecord::journal(const QString &status) const
+void writeJournal(const JobRecord &job, const QString &status)
 {
-    Journal::appendDetail(cloudSn, QStringLiteral("%1;%2;%3;%4").arg(label, status, QString::number(size), time));
+    Journal::appendDetail(job.cloudSn, job.text(status));
 }
 
-DriverItem::JobRecord DriverItem::currentJob() const
+} // namespace
+
+JobRecord DriverItem::currentJob() const
 {
     return {m_info.cloudSn, m_jobneed, m_jobSize,
             QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")).right(8)};
@@ -58,12 +58,12 @@ void DriverItem::failSubmission(QNetworkReply::NetworkError error)
     const JobRecord job = currentJob();
     if (error == QNetworkReply::UnknownContentError) {
         // Intended: the spinner goes on turning, and nothing is shown, not even for a test page.
-        job.journal(CloudProtocol::StatusText::fileTooLarge);
+        writeJournal(job, CloudProtocol::StatusText::fileTooLarge);
     } else {
         const QPointer<DriverItem> self(this);
         m_testButton->setBusy(false);
-        job.show(CloudProtocol::StatusText::networkFailureShown);
-        job.journal(CloudProtocol::StatusText::networkFailure);
+        showOutcome(job, CloudProtocol::StatusText::networkFailureShown);
+        writeJournal(job, CloudProtocol::StatusText::networkFailure);
         if (!self)
             return;
     }
@@ -95,8 +95,8 @@ void DriverItem::onStateResut(QNetworkReply::NetworkError error, const QJsonDocu
     if (error != QNetworkReply::NoError) {
         qDebug() << QStringLiteral("Network error %1").arg(error);
         endJob();
-        job.show(CloudProtocol::StatusText::networkFailureShown);
-        job.journal(CloudProtocol::StatusText::networkFailure);
+        showOutcome(job, CloudProtocol::StatusText::networkFailureShown);
+        writeJournal(job, CloudProtocol::StatusText::networkFailure);
         return;
     }
     if (!CloudProtocol::isUsable(jd)) {
@@ -113,8 +113,8 @@ void DriverItem::onStateResut(QNetworkReply::NetworkError error, const QJsonDocu
     } else {
         qDebug() << "显示状态，任务完成";
         endJob();
-        job.show(result.status);
-        job.journal(result.journalStatus);
+        showOutcome(job, result.status);
+        writeJournal(job, result.journalStatus);
     }
 }
 
@@ -123,8 +123,8 @@ void DriverItem::endWithText(const JobRecord &job, const QString &text)
 {
     const QPointer<DriverItem> self(this);
     m_testButton->setBusy(false);
-    job.show(text);
-    job.journal(text);
+    showOutcome(job, text);
+    writeJournal(job, text);
     if (self)
         endJob();
 }

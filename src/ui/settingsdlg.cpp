@@ -2,9 +2,9 @@
 
 #include "spooler/cprinter.h"
 #include "store/journal.h"
+#include "store/printrecord.h"
 #include "ui/appearance.h"
 #include "ui/closebutton.h"
-#include "ui/detailrows.h"
 
 #include <QCursor>
 #include <QEvent>
@@ -19,11 +19,29 @@
 #include <QToolTip>
 #include <QVBoxLayout>
 
+#include <array>
 #include <chrono>
 
 namespace {
 
-using DetailRows::columns;
+struct Column
+{
+    const char *header;
+    int width;                         // px
+    QString PrintRecord::*const field; // null for the number of the row
+};
+
+constexpr int defaultColumnWidth = 100; // px
+
+// A record has the submission time before the status, the table has it after the size.
+constexpr std::array<Column, 6> columns{{
+    {"序号", 50, nullptr},
+    {"文档名称", 120, &PrintRecord::document},
+    {"任务状态", 160, &PrintRecord::status},
+    {"数据大小", 80, &PrintRecord::size},
+    {"提交时间", defaultColumnWidth, &PrintRecord::submissionTime},
+    {"处理时间", defaultColumnWidth, &PrintRecord::processingTime}, // stretches to the right edge
+}};
 
 constexpr std::chrono::seconds refreshInterval{1};
 constexpr int edge = 10; // clear border around the frame
@@ -56,7 +74,7 @@ protected:
 };
 
 /// A waiting job with the fields of a journal record.
-QStringList pendingRecord(const SpoolJob &job)
+PrintRecord pendingRecord(const SpoolJob &job)
 {
     return {job.document, job.submissionTime, job.printing ? QStringLiteral("正在处理") : QStringLiteral("打印排队中"),
             QStringLiteral("----"), QStringLiteral("--:--:--")};
@@ -138,7 +156,7 @@ void SettingsDlg::styleHeaders()
     font.setPixelSize(14);
     QHeaderView *header = m_table->horizontalHeader();
     header->setFont(font);
-    header->setDefaultSectionSize(DetailRows::defaultColumnWidth);
+    header->setDefaultSectionSize(defaultColumnWidth);
     header->setStretchLastSection(true);
     header->setHighlightSections(false);
     // Leaves room for whole lines only: otherwise the first is cut after scrolling to the end.
@@ -167,7 +185,7 @@ void SettingsDlg::showJournal()
 void SettingsDlg::fillRows(int first, int end)
 {
     for (int row = first; row < end; ++row)
-        fillRow(row, DetailRows::fields(m_firstRecords.at(row)));
+        fillRow(row, PrintRecord::parse(m_firstRecords.at(row)));
 }
 
 /// Fills the rows of a long journal in steps, between which the dialog responds, the newest first.
@@ -225,7 +243,7 @@ void SettingsDlg::takeNextRecord()
     if (m_newRecords.isEmpty())
         return;
     m_table->insertRow(m_journalRows);
-    fillRow(m_journalRows, DetailRows::fields(m_newRecords.takeFirst()));
+    fillRow(m_journalRows, PrintRecord::parse(m_newRecords.takeFirst()));
     m_table->scrollToBottom();
     ++m_journalRows;
 }
@@ -238,11 +256,11 @@ void SettingsDlg::showPendingJobs()
         fillRow(m_journalRows + i, pendingRecord(jobs.at(i)));
 }
 
-void SettingsDlg::fillRow(int row, const QStringList &record)
+void SettingsDlg::fillRow(int row, const PrintRecord &record)
 {
-    const QStringList texts = DetailRows::cells(row, record);
-    for (int column = 0; column < texts.size(); ++column) {
-        const QString &text = texts.at(column);
+    for (int column = 0; column < int(columns.size()); ++column) {
+        const auto field = columns[size_t(column)].field;
+        const QString text = field ? record.*field : QString::number(row + 1);
         if (QTableWidgetItem *item = m_table->item(row, column)) {
             item->setText(text);
             continue;

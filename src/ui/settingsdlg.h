@@ -8,6 +8,7 @@
 
 class QTableWidget;
 class QTableWidgetItem;
+struct PrintRecord;
 
 /// The print details of one printer: today's finished jobs as the journal has them, and below them the jobs that wait
 /// or print in its queue, brought up to date once a second. Run modally over the main window. Main thread.
@@ -43,7 +44,7 @@ private:
     void readNewRecords();
     void takeNextRecord();
     void showPendingJobs();
-    void fillRow(int row, const QStringList &record);
+    void fillRow(int row, const PrintRecord &record);
 
     QString m_cloudSn;
     QString m_printerName;

@@ -1,19 +1,25 @@
-// A day's journal as the print details show it.
+// A day's journal, parsed for the print details.
 
 #include "tests/fuzz/codepages.h"
 #include "tests/fuzz/support.h"
 
-#include "src/ui/detailrows.h"
+#include "src/store/journal.h"
+#include "src/store/printrecord.h"
 
 #include <QBuffer>
 #include <QTextStream>
 
 namespace {
 
-using DetailRows::cells;
-using DetailRows::records;
+using Journal::recordEnd;
 
-const QString recordEnd = QStringLiteral("!+!");
+QList<PrintRecord> parseAll(const QString &journal)
+{
+    QList<PrintRecord> records;
+    for (const QString &text : Journal::split(journal))
+        records.append(PrintRecord::parse(text));
+    return records;
+}
 
 QString decoded(QByteArray bytes)
 {
@@ -22,42 +28,38 @@ QString decoded(QByteArray bytes)
     return QTextStream(&file).readAll();
 }
 
-void checkRow(int row, const QStringList &record)
+QStringList fieldsOf(const PrintRecord &record)
 {
-    const QStringList texts = cells(row, record);
-    require(texts.size() == int(DetailRows::columns.size()), "a row has a text for each column");
-    require(texts.first() == QString::number(row + 1), "the first column has the row's number");
-    for (const QString &text : texts) {
-        require(!text.contains(recordEnd) && !text.contains(QLatin1Char(';')), "a cell holds one field of one record");
-        require(text == texts.first() || text.isEmpty() || record.contains(text), "a cell is a field of the record");
-    }
+    return {record.document, record.submissionTime, record.status, record.size, record.processingTime};
 }
 
 /// The open dialog takes one record after another by its index.
-void checkAppending(const QString &journal)
+void checkAppending(const QString &journal, int count)
 {
     if (!journal.isEmpty() && !journal.split(recordEnd).last().isEmpty())
         return; // its last record is not whole
-    const QString record = QStringLiteral("报告.docx;09:02:03;打印成功;12;09:02:09");
-    QList<QStringList> expected = records(journal);
-    expected.append(record.split(QLatin1Char(';')));
-    require(records(journal + record + recordEnd) == expected, "a new record changes none of those before it");
-    require(cells(0, expected.last()) ==
-                QStringList({QStringLiteral("1"), QStringLiteral("报告.docx"), QStringLiteral("打印成功"),
-                             QStringLiteral("12"), QStringLiteral("09:02:03"), QStringLiteral("09:02:09")}),
-            "each field has its column");
+    const JobRecord job{QString(), JobLabel{QStringLiteral("报告.docx"), QStringLiteral("09:02:03")}.text(), 12,
+                        QStringLiteral("09:02:09")};
+    const QString status = QStringLiteral("打印成功");
+    const QList<PrintRecord> longer = parseAll(journal + job.text(status) + recordEnd);
+    require(longer.size() == count + 1, "a new record changes none of those before it");
+    require(fieldsOf(longer.last()) == QStringList({QStringLiteral("报告.docx"), QStringLiteral("09:02:03"), status,
+                                                    QStringLiteral("12"), QStringLiteral("09:02:09")}),
+            "what was composed is parsed");
 }
 
 void checkJournal(const QString &journal)
 {
-    const QList<QStringList> all = records(journal);
-    QStringList pieces;
-    for (int row = 0; row < all.size(); ++row) {
-        checkRow(row, all.at(row));
-        pieces.append(all.at(row).join(QLatin1Char(';')));
+    const QList<PrintRecord> all = parseAll(journal);
+    const QStringList texts = journal.split(recordEnd, Qt::SkipEmptyParts);
+    require(all.size() == texts.size(), "each text is a record");
+    for (int i = 0; i < all.size(); ++i) {
+        QStringList fields = texts.at(i).split(QLatin1Char(';')).mid(0, 5);
+        while (fields.size() < 5)
+            fields.append(QString());
+        require(fieldsOf(all.at(i)) == fields, "the fields go by their position");
     }
-    require(pieces == journal.split(recordEnd, Qt::SkipEmptyParts), "no text of a record is lost");
-    checkAppending(journal);
+    checkAppending(journal, all.size());
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "tests/soak/books.h"
 
 #include "src/cloud/protocol.h"
+#include "src/store/journal.h"
 
 #include <QDir>
 #include <QFile>
@@ -115,7 +116,7 @@ void Books::update()
     const QStringList names = details.entryList({QStringLiteral("*.txt")});
     for (const QString &name : names) {
         const QString text = QString::fromLocal8Bit(newPart(details.filePath(name), "!+!"));
-        const QStringList records = text.split(QStringLiteral("!+!"), Qt::SkipEmptyParts);
+        const QStringList records = Journal::split(text);
         for (const QString &record : records)
             readRecord(record);
     }

@@ -1,5 +1,6 @@
 #include "tests/support/installation.h"
 
+#include "src/store/journal.h"
 #include "tests/support/freeport.h"
 
 #include <QFile>
@@ -76,7 +77,7 @@ QString Installation::queues()
 
 QStringList Installation::records(int printer) const
 {
-    return m_folder.journal(serial(printer)).split("!+!", Qt::SkipEmptyParts);
+    return Journal::split(m_folder.journal(serial(printer)));
 }
 
 QList<QByteArray> Installation::posts() const

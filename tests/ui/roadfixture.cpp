@@ -138,7 +138,7 @@ QStringList Road::recordsOf(const QString &cloudSerial, int count, int timeout)
 {
     QStringList all;
     const auto enough = [&] {
-        all = Journal::readDetails(cloudSerial).split("!+!", Qt::SkipEmptyParts);
+        all = Journal::split(Journal::readDetails(cloudSerial));
         return all.size() >= count;
     };
     if (!QTest::qWaitFor(enough, timeout))
