@@ -12,7 +12,7 @@ const auto tableCheck = QStringLiteral("select count(*) from sqlite_master where
 const auto createTable = QStringLiteral(
     "create table driver(id integer PRIMARY KEY autoincrement, printer_name text UNIQUE, driver_name text, cloud_sn "
     "text, port_name text, port_num INTEGER, ip text,  ts TIMESTAMP DEFAULT (datetime('now','localtime')))");
-// Double quotes: SQLite reads them as texts because no column has such a name.
+// SQLite takes the double-quoted values as texts because no column has such a name.
 const auto insertRow =
     QStringLiteral("INSERT INTO driver(printer_name, driver_name, cloud_sn, port_name, port_num, ip) "
                    "VALUES( \"%1\", \"%2\", \"%3\", \"%4\", %5, \"%6\")");
@@ -25,7 +25,10 @@ QSqlDatabase connection()
     const auto name = QStringLiteral("qt_sql_default_connection");
     if (QSqlDatabase::contains(name))
         return QSqlDatabase::database(name);
-    return QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"));
+    QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"));
+    // Another program may hold the file locked; the interface must not freeze for Qt's default of 5 s.
+    database.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=500"));
+    return database;
 }
 
 /// Opens task.db, lets `work` use it and closes it again, whatever the outcome.

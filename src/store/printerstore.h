@@ -5,11 +5,11 @@
 #include <QList>
 
 /// The printers that the user has added, one row each in the table "driver" of the SQLite file "task.db" in the working
-/// directory. Each call opens the file, does one job and closes it. Main thread only: Qt's SQL connections belong to
-/// one thread. All return true on success; a failure goes to the diagnostic log.
+/// directory. Each call opens the file, runs one operation and closes it. Main thread only: Qt's SQL connections belong
+/// to one thread. All return true on success; a failure is logged.
 ///
-/// Values are put into the statements as they stand, without escaping. That is intended: a name with a quote character
-/// makes the statement fail, which is logged, and the printer works without its row.
+/// Values are inserted verbatim, deliberately without escaping: a name with a quote character makes the statement fail,
+/// which is logged, and the printer works without its row.
 namespace PrinterStore {
 
 /// Adds a row and creates the table where it is missing. Fails when the printer name is taken.
@@ -18,7 +18,7 @@ bool insertPrinter(const DriverInfo &info);
 /// Deletes the row of a printer; also true when there is none.
 bool deletePrinter(const QString &printerName);
 
-/// Sets one column of a printer's row. The value goes in bare: the caller puts quotes round a text.
+/// Sets one column of a printer's row. `value` is inserted verbatim; callers quote text values.
 bool updatePrinter(const QString &printerName, const QString &column, const QString &value);
 
 /// Appends every row to the list.

@@ -1,8 +1,11 @@
 #include "src/store/printerstore.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QRegularExpression>
+#include <QSqlDatabase>
+#include <QSqlQuery>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -50,6 +53,22 @@ private slots:
         QCOMPARE(printers[1].driverName, QString("Orvo OX-410T"));
         QCOMPARE(printers[1].ip, QString("127.0.0.1"));
         QCOMPARE(printers[2].printerName, QString("a%1b%%\\c"));
+    }
+
+    void fileThatIsLockedFailsSoon()
+    {
+        QVERIFY(PrinterStore::insertPrinter(record("a")));
+        {
+            QSqlDatabase other = QSqlDatabase::addDatabase("QSQLITE", "other");
+            other.setDatabaseName("task.db");
+            QVERIFY(other.open());
+            QSqlQuery lock("BEGIN EXCLUSIVE", other);
+            QElapsedTimer timer;
+            timer.start();
+            QVERIFY(!PrinterStore::deletePrinter("a"));
+            QVERIFY2(timer.elapsed() < 3000, "the interface waits for it");
+        }
+        QSqlDatabase::removeDatabase("other");
     }
 
     void changesRecords()
