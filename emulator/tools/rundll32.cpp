@@ -2,6 +2,8 @@
 //
 //   RUNDLL32 PRINTUI.DLL,PrintUIEntry /if /b NAME /r PORT /m MODEL [/f INF] [/u]
 //       installs a queue; with /f also its driver (/u: unless it is installed)
+//   RUNDLL32 PRINTUI.DLL,PrintUIEntry /ia /m MODEL /f INF [/q]
+//       installs a driver, also over an older one, which the queues then use
 //   RUNDLL32 PRINTUI.DLL,PrintUIEntry /k /n NAME
 //       queues the test page
 
@@ -30,7 +32,7 @@ public:
         for (int i = 0; i < words.size(); ++i) {
             const QString &name = words.at(i);
             const bool takesValue = QStringList{"/b", "/f", "/m", "/n", "/r"}.contains(name);
-            if (takesValue ? i + 1 == words.size() : !QStringList{"/if", "/k", "/u"}.contains(name))
+            if (takesValue ? i + 1 == words.size() : !QStringList{"/ia", "/if", "/k", "/q", "/u"}.contains(name))
                 throw std::runtime_error("switch not understood: " + name.toStdString());
             m_values[name] = takesValue ? words.at(++i).toStdString() : std::string();
         }
@@ -82,6 +84,15 @@ void installPrinter(const Switches &switches)
     transaction.commit();
 }
 
+void installDriver(const Switches &switches)
+{
+    const std::string &model = switches.value("/m");
+    const std::string version = driverVersion(switches.value("/f"), model);
+    // Windows keeps each package in a folder of its own.
+    addDriver({model, ownEnvironment, version,
+               R"(C:\Windows\System32\DriverStore\FileRepository\orvoptr.inf_)" + version + R"(\OrvoPtr.INF)"});
+}
+
 void printTestPage(const Switches &switches)
 {
     QFile page(QFileInfo(QStringLiteral("/proc/self/exe")).canonicalPath() + QStringLiteral("/testpage.prn"));
@@ -92,7 +103,9 @@ void printTestPage(const Switches &switches)
 
 void runSetUp(const Switches &switches)
 {
-    if (switches.has("/if"))
+    if (switches.has("/ia"))
+        installDriver(switches);
+    else if (switches.has("/if"))
         installPrinter(switches);
     else if (switches.has("/k"))
         printTestPage(switches);
@@ -108,6 +121,9 @@ int main(int argc, char **argv)
     return Tools::run("RUNDLL32", [&] {
         if (words.value(0) != QLatin1String(setUp))
             throw std::runtime_error("unknown function " + words.value(0).toStdString());
+        recordCall({"PrintUIEntry", words.mid(1).join(' ').toStdString()});
+        if (const std::optional<unsigned> fault = takeFault("PrintUIEntry"))
+            throw Error(*fault, "a fault was asked for");
         runSetUp(Switches(words.mid(1)));
     });
 }

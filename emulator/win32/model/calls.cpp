@@ -27,7 +27,7 @@ Fault readFault(const Values &row)
 
 std::optional<Fault> currentFault(const std::string &function)
 {
-    return record(readFault, "SELECT id, error, skip, times FROM faults WHERE function = ? ORDER BY id LIMIT 1",
+    return record(readFault, "SELECT id, error, skip, times FROM faults WHERE function IN (?, '*') ORDER BY id LIMIT 1",
                   {function});
 }
 
@@ -67,6 +67,11 @@ void clearCalls()
 void failCalls(const std::string &function, unsigned error, int skip, int times)
 {
     run("INSERT INTO faults (function, error, skip, times) VALUES (?, ?, ?, ?)", {function, error, skip, times});
+}
+
+void clearFaults()
+{
+    run("DELETE FROM faults");
 }
 
 std::optional<unsigned> takeFault(const std::string &function)

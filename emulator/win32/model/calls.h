@@ -23,8 +23,12 @@ std::vector<Call> calls(const std::string &function = {});
 void clearCalls();
 
 /// Lets calls of a function fail with an error, in every process: `times` times (for good if negative), after `skip`
-/// successful calls. Faults of one function take effect one after the other.
+/// successful calls. "*" is any function, "PrintUIEntry" the printer set-up. Faults of one function take effect one
+/// after the other.
 void failCalls(const std::string &function, unsigned error, int skip = 0, int times = 1);
+
+/// Takes back what failCalls() has asked for.
+void clearFaults();
 
 /// Counts a call of the function; the error that it is to fail with, if any.
 std::optional<unsigned> takeFault(const std::string &function);

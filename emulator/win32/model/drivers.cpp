@@ -2,6 +2,8 @@
 
 #include "emulator/win32/model/database.h"
 
+#include <QFile>
+
 #include <windows.h>
 
 #include <algorithm>
@@ -97,6 +99,7 @@ void deleteDriverPackage(const DriverPackage &package)
     require(run("DELETE FROM driver_packages WHERE inf_path = ? AND environment = ?", key) != 0, ERROR_FILE_NOT_FOUND,
             "there is no package " + package.infPath);
     transaction.commit();
+    QFile::remove(QString::fromStdString(package.infPath)); // if a test has put one there
 }
 
 } // namespace Win32Emulator
