@@ -1,5 +1,5 @@
 #include "app/qtsingleapplication.h"
-#include "base/diagnosticlog.h"
+#include "app/startup.h"
 #include "base/runningthreads.h"
 #include "store/driverinfo.h"
 #include "ui/appearance.h"
@@ -7,7 +7,6 @@
 #include "ui/velmainwindow.h"
 
 #include <QDebug>
-#include <QTranslator>
 
 #include <chrono>
 
@@ -17,33 +16,6 @@ namespace {
 
 constexpr auto handOverTimeout = 5s;
 constexpr auto endTimeout = 5s; // that workers may take to end
-
-void enableHighDpi()
-{
-    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
-    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
-    // The default rounds 150 % up to 200 %.
-    QGuiApplication::setHighDpiScaleFactorRoundingPolicy(Qt::HighDpiScaleFactorRoundingPolicy::PassThrough);
-}
-
-void logArguments()
-{
-    const QStringList arguments = QCoreApplication::arguments();
-    qDebug() << "application run argc=" << arguments.size();
-    for (int i = 0; i < arguments.size(); ++i)
-        qDebug() << "argv[" << i << "]=" << qUtf8Printable(arguments.at(i));
-}
-
-/// The texts of Qt's own dialogs in Chinese. Without the file they stay as they are.
-void installTranslation(QCoreApplication &application)
-{
-    auto *translator = new QTranslator(&application);
-    const QString path =
-        QCoreApplication::applicationDirPath() + QStringLiteral("/Translations/") + QStringLiteral("qt_zh_CN.qm");
-    translator->load(path);
-    qDebug() << path;
-    application.installTranslator(translator);
-}
 
 /// Lets the running instance show its window. One that hangs is left alone; one that cannot be reached will not be
 /// reached by the next start either, so the user is shown the other way to its window.
@@ -77,8 +49,7 @@ int main(int argc, char *argv[])
 {
     enableHighDpi();
     QtSingleApplication application(argc, argv);
-    qInstallMessageHandler(messageOutput);
-    logArguments();
+    startLog();
     if (application.isRunning()) {
         handOver(application);
         return 0;

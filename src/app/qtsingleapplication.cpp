@@ -3,19 +3,14 @@
 #include <QSysInfo>
 #include <QWidget>
 
-namespace {
-
-QString identifier()
+QString QtSingleApplication::identifierOf(const QString &path)
 {
-    const QString path = QCoreApplication::applicationFilePath();
     return QSysInfo::kernelType() == QLatin1String("winnt") ? path.toLower() : path;
 }
 
-} // namespace
-
 QtSingleApplication::QtSingleApplication(int &argc, char **argv)
     : QApplication(argc, argv)
-    , m_guard(identifier())
+    , m_guard(identifierOf(applicationFilePath()))
 {
     connect(&m_guard, &InstanceGuard::messageReceived, this, &QtSingleApplication::messageReceived);
 }

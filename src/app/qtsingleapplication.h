@@ -16,6 +16,9 @@ class QtSingleApplication : public QApplication
 public:
     QtSingleApplication(int &argc, char **argv);
 
+    /// The guard's identifier for an executable with this path.
+    static QString identifierOf(const QString &path);
+
     /// True when another instance holds the guard.
     bool isRunning() const { return m_guard.isTaken(); }
 

@@ -3,7 +3,7 @@
 #include "store/cloudprinter.h"
 
 #include <QCoreApplication>
-#include <QRegularExpression>
+#include <QVersionNumber>
 
 #include <algorithm>
 
@@ -11,57 +11,41 @@ namespace {
 
 using DriverCheck::State;
 
-/// The numbers of a version without their leading zeros; empty when it is not a dotted number.
-QStringList numbersOf(const QString &version)
+/// Nothing when the text is not a dotted number. Trailing zeros do not count.
+std::optional<QVersionNumber> parsed(const QString &version)
 {
-    static const QRegularExpression form(QRegularExpression::anchoredPattern(QStringLiteral("\\d+(\\.\\d+)*")));
-    if (!form.match(version).hasMatch())
-        return {};
-    QStringList numbers = version.split(QLatin1Char('.'));
-    for (QString &number : numbers)
-        number.remove(QRegularExpression(QStringLiteral("^0+")));
-    return numbers;
+    int end = 0;
+    const QVersionNumber number = QVersionNumber::fromString(version, &end);
+    return number.isNull() || end != version.size() ? std::nullopt : std::optional(number.normalized());
 }
 
-/// By value, however many digits they have.
-int compareNumbers(const QString &one, const QString &other)
+State stateOf(const QString &installedText, const QString &packageText)
 {
-    return one.size() != other.size() ? one.size() - other.size() : one.compare(other);
-}
-
-State stateOf(const QString &installed, const QString &package)
-{
-    if (!DriverCheck::compareVersions(package, package))
+    const std::optional<QVersionNumber> package = parsed(packageText);
+    if (!package)
         return State::PackageUnreadable;
-    if (installed.isEmpty() && DriverCheck::isInstalled(CloudPrinter::driverName) == false)
+    if (installedText.isEmpty() && DriverCheck::isInstalled(CloudPrinter::driverName) == false)
         return State::NotInstalled;
-    const std::optional<int> order = DriverCheck::compareVersions(installed, package);
-    if (!order)
+    const std::optional<QVersionNumber> installed = parsed(installedText);
+    if (!installed)
         return State::InstalledUnreadable;
-    if (*order == 0)
+    if (*installed == *package)
         return State::UpToDate;
-    return *order < 0 ? State::PackageNewer : State::InstalledNewer;
+    return *installed < *package ? State::PackageNewer : State::InstalledNewer;
 }
 
 } // namespace
 
 QString DriverCheck::Versions::meaning() const
 {
-    switch (state) {
-    case State::NotInstalled:
-        return QStringLiteral("驱动尚未安装，添加打印机时会自动安装");
-    case State::UpToDate:
-        return QStringLiteral("驱动已是最新版本");
-    case State::PackageNewer:
-        return QStringLiteral("驱动有新版本，可以更新");
-    case State::InstalledNewer:
-        return QStringLiteral("已安装的驱动比驱动包新，不需要更新");
-    case State::InstalledUnreadable:
-        return QStringLiteral("无法读取已安装驱动的版本");
-    case State::PackageUnreadable:
-        return QStringLiteral("无法读取驱动包的版本，请检查程序文件夹中的Driver");
-    }
-    return QString();
+    static const QMap<State, QString> meanings = {
+        {State::NotInstalled, QStringLiteral("驱动尚未安装，添加打印机时会自动安装")},
+        {State::UpToDate, QStringLiteral("驱动已是最新版本")},
+        {State::PackageNewer, QStringLiteral("驱动有新版本，可以更新")},
+        {State::InstalledNewer, QStringLiteral("已安装的驱动比驱动包新，不需要更新")},
+        {State::InstalledUnreadable, QStringLiteral("无法读取已安装驱动的版本")},
+        {State::PackageUnreadable, QStringLiteral("无法读取驱动包的版本，请检查Driver文件夹")}};
+    return meanings.value(state);
 }
 
 bool DriverCheck::CloudQueue::isOutdated() const
@@ -82,21 +66,6 @@ QString DriverCheck::infFileForSetup()
 bool DriverCheck::isSameName(const QString &one, const QString &other)
 {
     return one.compare(other, Qt::CaseInsensitive) == 0;
-}
-
-std::optional<int> DriverCheck::compareVersions(const QString &one, const QString &other)
-{
-    const QStringList left = numbersOf(one);
-    const QStringList right = numbersOf(other);
-    if (left.isEmpty() || right.isEmpty())
-        return std::nullopt;
-    for (int i = 0; i < std::max(left.size(), right.size()); ++i) {
-        // A missing part reads as an empty text, as a 0 does.
-        const int order = compareNumbers(left.value(i), right.value(i));
-        if (order != 0)
-            return order;
-    }
-    return 0;
 }
 
 DriverCheck::Versions DriverCheck::versions()
@@ -122,32 +91,22 @@ std::optional<DriverCheck::CloudQueue> DriverCheck::readQueue(const QString &nam
 std::optional<QList<Queue>> DriverCheck::localQueues()
 {
     QList<Queue> queues;
-    if (!CPrinter().EnumLocalPrinters(queues) && !CPrinter::nothingFound())
-        return std::nullopt;
-    return queues;
+    const bool answered = CPrinter().EnumLocalPrinters(queues) || CPrinter::nothingFound();
+    return answered ? std::optional(queues) : std::nullopt;
 }
 
 std::optional<QList<DriverCheck::CloudQueue>> DriverCheck::cloudQueues()
 {
     const std::optional<QList<Queue>> queues = localQueues();
-    if (!queues)
-        return std::nullopt;
+    bool failed = !queues;
     QList<CloudQueue> found;
-    for (const Queue &queue : *queues) {
-        if (!CloudPrinter::isCloudPort(queue.port))
+    for (const Queue &queue : queues.value_or(QList<Queue>())) {
+        if (failed || !CloudPrinter::isCloudPort(queue.port))
             continue;
-        bool failed = false;
         if (const std::optional<CloudQueue> cloudQueue = readQueue(queue.name, &failed))
             found.append(*cloudQueue);
-        if (failed)
-            return std::nullopt;
     }
-    return found;
-}
-
-QString DriverCheck::unreadable()
-{
-    return QStringLiteral("无法读取打印机列表");
+    return failed ? std::nullopt : std::optional(found);
 }
 
 std::optional<bool> DriverCheck::isInstalled(const QString &driver)

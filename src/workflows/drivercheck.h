@@ -44,10 +44,7 @@ QString infFileForSetup();
 /// Windows compares the names of queues, ports and drivers without regard to case.
 bool isSameName(const QString &one, const QString &other);
 
-/// Compares dotted numbers of any length; a missing part counts as 0. Less than, equal to or greater than 0; nothing
-/// when one of the texts is not a dotted number.
-std::optional<int> compareVersions(const QString &one, const QString &other);
-
+/// Versions are dotted numbers of any length; a missing part counts as 0.
 Versions versions();
 
 /// Nothing when there is no such queue, or it is not bound to a cloud printer, or does not let itself be read: then
@@ -60,7 +57,7 @@ std::optional<QList<Queue>> localQueues();
 std::optional<QList<CloudQueue>> cloudQueues();
 
 /// What that means for the user.
-QString unreadable();
+const auto unreadable = QStringLiteral("无法读取打印机列表");
 
 /// Nothing when the spooler does not answer.
 std::optional<bool> isInstalled(const QString &driver);

@@ -15,16 +15,14 @@ bool DriverUpdateThread::work(QString &message)
         return before.isReadable();
     const std::optional<QList<DriverCheck::CloudQueue>> printers = DriverCheck::cloudQueues();
     if (!printers) {
-        message = DriverCheck::unreadable();
+        message = DriverCheck::unreadable;
         return false;
     }
-    const QMap<QString, QString> oldPackages = m_printer.GetDriverInfPaths(CloudPrinter::driverName);
     if (!installDriver()) {
         message = QStringLiteral("安装驱动失败，驱动仍是版本%1").arg(DriverCheck::versions().installed);
         return false;
     }
     checkPrinters(*printers);
-    removePackages(oldPackages);
     message = failures() == 0 ? QStringLiteral("驱动已更新到版本%1").arg(before.package)
                               : QStringLiteral("驱动已更新，但有%1台打印机不正常").arg(failures());
     return failures() == 0;
@@ -53,14 +51,5 @@ void DriverUpdateThread::checkPrinters(QList<DriverCheck::CloudQueue> printers)
     for (int i = 0; i < printers.size(); ++i) {
         const QString &name = printers.at(i).queue.name;
         report(i + 1, printers.size(), name, bindQueue(name, printers.at(i)));
-    }
-}
-
-void DriverUpdateThread::removePackages(const QMap<QString, QString> &old)
-{
-    const QMap<QString, QString> current = m_printer.GetDriverInfPaths(CloudPrinter::driverName);
-    for (auto path = old.cbegin(); path != old.cend(); ++path) {
-        if (!path.value().isEmpty() && path.value() != current.value(path.key()))
-            m_printer.RemovePrinterDriverPackage(path.value(), path.key());
     }
 }

@@ -16,8 +16,5 @@ protected:
 
 private:
     bool installDriver();
-    /// Takes the packages that the new one has replaced out of the driver store. One that Windows keeps is not an
-    /// error.
-    void removePackages(const QMap<QString, QString> &old);
     void checkPrinters(QList<DriverCheck::CloudQueue> printers);
 };

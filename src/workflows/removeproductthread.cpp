@@ -1,11 +1,10 @@
 #include "workflows/removeproductthread.h"
 
 #include "store/cloudprinter.h"
-#include "workflows/replaceprintersthread.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
-#include <QSaveFile>
+#include <QSettings>
 
 #include <algorithm>
 
@@ -13,49 +12,26 @@ namespace {
 
 QString noteFile()
 {
-    return QCoreApplication::applicationDirPath() + QStringLiteral("/logs/removal.txt");
+    return QCoreApplication::applicationDirPath() + QStringLiteral("/logs/removal.ini");
 }
 
-/// The cloud printers, and what has our driver without being one: half-made ones.
-std::optional<QStringList> ourQueues()
+/// By the package's path: its driver and the environment.
+class Note : public QSettings
 {
-    const std::optional<QList<Queue>> queues = DriverCheck::localQueues();
-    const std::optional<QList<DriverCheck::CloudQueue>> printers = DriverCheck::cloudQueues();
-    if (!queues || !printers)
-        return std::nullopt;
-    QStringList names;
-    for (const DriverCheck::CloudQueue &printer : *printers)
-        names.append(printer.queue.name);
-    for (const Queue &queue : *queues) {
-        if (queue.driver == CloudPrinter::driverName && !names.contains(queue.name))
-            names.append(queue.name);
+public:
+    Note()
+        : QSettings(noteFile(), IniFormat)
+    {
     }
-    return names;
-}
+    static QString keyOf(const QString &infPath) { return QString::fromLatin1(infPath.toUtf8().toHex()); }
+    static QString pathOf(const QString &key) { return QString::fromUtf8(QByteArray::fromHex(key.toLatin1())); }
+};
 
-/// Our ports that no queue uses.
-std::optional<QStringList> freePorts()
-{
-    QList<Port> ports;
-    if (!CPrinter().EnumLocalPorts(ports) && !CPrinter::nothingFound())
-        return std::nullopt;
-    const std::optional<QList<Queue>> queues = DriverCheck::localQueues();
-    if (!queues)
-        return std::nullopt;
-    QStringList names;
-    for (const Port &port : qAsConst(ports)) {
-        const auto usesIt = [&](const Queue &queue) { return DriverCheck::isSameName(queue.port, port.name); };
-        if (CloudPrinter::isPortName(port.name) && std::none_of(queues->cbegin(), queues->cend(), usesIt))
-            names.append(port.name);
-    }
-    return names;
-}
-
-bool isUsed(const QString &driver)
+template <typename Uses>
+bool anyQueue(Uses uses)
 {
     const QList<Queue> queues = DriverCheck::localQueues().value_or(QList<Queue>());
-    return std::any_of(queues.cbegin(), queues.cend(),
-                       [&](const Queue &queue) { return DriverCheck::isSameName(queue.driver, driver); });
+    return std::any_of(queues.cbegin(), queues.cend(), uses);
 }
 
 } // namespace
@@ -78,60 +54,69 @@ bool RemoveProductThread::work(QString &message)
 
 QString RemoveProductThread::removePrinters()
 {
-    const std::optional<QStringList> names = ourQueues();
-    if (!names)
-        return DriverCheck::unreadable();
-    for (int i = 0; i < names->size(); ++i) {
-        const QString &name = names->at(i);
-        const QString failure =
-            m_printer.RemovePrinter(name) ? QString() : QStringLiteral("打印机“%1”没有删除").arg(name);
-        report(i + 1, names->size(), name, failure);
-        if (!failure.isEmpty())
-            return failure;
+    const std::optional<QList<Queue>> queues = DriverCheck::localQueues();
+    const std::optional<QList<DriverCheck::CloudQueue>> printers = DriverCheck::cloudQueues();
+    if (!queues || !printers)
+        return DriverCheck::unreadable;
+    QStringList names;
+    for (const DriverCheck::CloudQueue &printer : *printers)
+        names.append(printer.queue.name);
+    for (const Queue &queue : *queues) { // a printer that was only half made has no more than the driver
+        if (queue.driver == CloudPrinter::driverName && !names.contains(queue.name))
+            names.append(queue.name);
     }
-    return QString();
+    return removeEach(names, QStringLiteral("打印机“%1”没有删除"),
+                      [this](const QString &name) { return m_printer.RemovePrinter(name); });
 }
 
 QString RemoveProductThread::removeDrivers()
 {
     const bool seriesRemoved = m_printer.RemoveSeriesDriver(DriverCheck::infFile());
-    for (int i = 0; i < m_packages.size(); ++i) {
-        const Package &package = m_packages.at(i);
-        const QString failure = removeDriver(package);
-        report(i + 1, m_packages.size(), package.driver + QLatin1Char(' ') + package.infPath, failure);
-        if (!failure.isEmpty())
-            return failure;
-    }
-    // What stopped the series the first time may be gone now; else it is a queue of another of its models.
-    if (seriesRemoved || m_printer.RemoveSeriesDriver(DriverCheck::infFile()))
-        return QString();
+    QStringList paths;
+    for (const QString &key : Note().allKeys())
+        paths.append(Note::pathOf(key));
+    const QString left = removeEach(paths, QStringLiteral("驱动包“%1”没有删除"),
+                                    [this](const QString &path) { return removePackage(path); });
+    // What stopped the series the first time may be removed now; else it is a queue of another of its models.
+    if (!left.isEmpty() || seriesRemoved || m_printer.RemoveSeriesDriver(DriverCheck::infFile()))
+        return left;
     return QStringLiteral("同系列的打印机或驱动没有删除");
 }
 
-QString RemoveProductThread::removeDriver(const Package &package)
+bool RemoveProductThread::removePackage(const QString &infPath)
 {
-    if (isUsed(package.driver))
-        return QString();
-    const bool installed = !m_printer.GetDriverInfPath(package.driver, package.environment).isEmpty();
-    if (installed && !m_printer.RemovePrinterDriver(package.driver, package.environment))
-        return QStringLiteral("驱动“%1”没有删除").arg(package.driver);
-    // A package that is not there any more is not an error.
-    if (!m_printer.RemovePrinterDriverPackage(package.infPath, package.environment) &&
-        QFileInfo::exists(package.infPath))
-        return QStringLiteral("驱动包“%1”没有删除").arg(package.infPath);
-    return QString();
+    const QStringList package = Note().value(Note::keyOf(infPath)).toStringList();
+    const QString driver = package.value(0);
+    const QString environment = package.value(1);
+    if (anyQueue([&](const Queue &queue) { return DriverCheck::isSameName(queue.driver, driver); }))
+        return true;
+    const bool installed = !m_printer.GetDriverInfPath(driver, environment).isEmpty();
+    if (installed && !m_printer.RemovePrinterDriver(driver, environment))
+        return false;
+    return m_printer.RemovePrinterDriverPackage(infPath, environment) || !QFileInfo::exists(infPath);
 }
 
 QString RemoveProductThread::removePorts()
 {
-    const std::optional<QStringList> ports = freePorts();
-    if (!ports)
-        return DriverCheck::unreadable();
-    for (int i = 0; i < ports->size(); ++i) {
-        const QString &port = ports->at(i);
-        const QString failure =
-            m_printer.DeleteStandardTcpPort(port) == 0 ? QString() : QStringLiteral("端口“%1”没有删除").arg(port);
-        report(i + 1, ports->size(), port, failure);
+    QList<Port> ports;
+    if ((!m_printer.EnumLocalPorts(ports) && !CPrinter::nothingFound()) || !DriverCheck::localQueues())
+        return DriverCheck::unreadable;
+    QStringList unused;
+    for (const Port &port : qAsConst(ports)) {
+        if (CloudPrinter::isPortName(port.name) &&
+            !anyQueue([&](const Queue &queue) { return DriverCheck::isSameName(queue.port, port.name); }))
+            unused.append(port.name);
+    }
+    return removeEach(unused, QStringLiteral("端口“%1”没有删除"),
+                      [this](const QString &port) { return m_printer.DeleteStandardTcpPort(port) == 0; });
+}
+
+QString RemoveProductThread::removeEach(const QStringList &items, const QString &left,
+                                        const std::function<bool(const QString &)> &remove)
+{
+    for (int i = 0; i < items.size(); ++i) {
+        const QString failure = remove(items.at(i)) ? QString() : left.arg(items.at(i));
+        report(i + 1, items.size(), items.at(i), failure);
         if (!failure.isEmpty())
             return failure;
     }
@@ -140,49 +125,25 @@ QString RemoveProductThread::removePorts()
 
 QString RemoveProductThread::notePackages()
 {
-    readNote();
     const std::optional<QList<DriverCheck::CloudQueue>> printers = DriverCheck::cloudQueues();
     if (!printers)
-        return DriverCheck::unreadable();
-    QSet<QString> drivers = m_printer.GetInfDrivers(DriverCheck::infFile());
-    drivers.insert(CloudPrinter::driverName);
+        return DriverCheck::unreadable;
+    QSet<QString> drivers = m_printer.GetInfDrivers(DriverCheck::infFile()) << CloudPrinter::driverName;
     for (const DriverCheck::CloudQueue &printer : *printers)
         drivers.insert(printer.queue.driver);
     for (const QString &driver : qAsConst(drivers))
         notePackagesOf(driver);
-    writeNote();
     return QString();
 }
 
 void RemoveProductThread::notePackagesOf(const QString &driver)
 {
     QMap<QString, QString> paths = m_printer.GetDriverInfPaths(driver);
-    // An installed driver has a path; this one did not let itself be read.
+    // An installed driver has a path; this one could not be read.
     if (paths.values().join(QString()).isEmpty() && DriverCheck::isInstalled(driver).value_or(true))
         paths = m_printer.GetDriverInfPaths(driver);
     for (auto path = paths.cbegin(); path != paths.cend(); ++path) {
         if (!path.value().isEmpty())
-            m_packages.append({driver, path.key(), path.value()});
+            Note().setValue(Note::keyOf(path.value()), QStringList({driver, path.key()}));
     }
-}
-
-void RemoveProductThread::readNote()
-{
-    QFile file(noteFile());
-    file.open(QIODevice::ReadOnly | QIODevice::Text);
-    while (!file.atEnd()) {
-        const QStringList fields = QString::fromUtf8(file.readLine()).trimmed().split(QLatin1Char('\t'));
-        if (fields.size() == 3)
-            m_packages.append({fields.at(0), fields.at(1), fields.at(2)});
-    }
-}
-
-void RemoveProductThread::writeNote() const
-{
-    QSaveFile file(noteFile());
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Text))
-        return;
-    for (const Package &package : m_packages)
-        file.write(QStringLiteral("%1\t%2\t%3\n").arg(package.driver, package.environment, package.infPath).toUtf8());
-    file.commit();
 }

@@ -26,11 +26,11 @@ bool ReplacePrintersThread::isTemporary(const QString &queue)
 bool ReplacePrintersThread::work(QString &message)
 {
     const std::optional<QList<Queue>> queues = DriverCheck::localQueues();
-    message = queues ? finishLastRun(*queues) : DriverCheck::unreadable();
+    message = queues ? finishLastRun(*queues) : DriverCheck::unreadable;
     if (!message.isEmpty())
         return false;
     const std::optional<QList<CloudQueue>> printers = DriverCheck::cloudQueues();
-    message = DriverCheck::unreadable();
+    message = DriverCheck::unreadable;
     if (!printers)
         return false;
     QList<CloudQueue> outdated;
@@ -69,8 +69,8 @@ QString ReplacePrintersThread::finish(const QString &temporary, const QList<Queu
 
 QString ReplacePrintersThread::replace(const CloudQueue &printer)
 {
-    if (printer.queue.jobs > 0 && !m_despiteJobs)
-        return QStringLiteral("有%1个任务等待打印").arg(printer.queue.jobs);
+    if (printer.queue.jobs > 0)
+        return QStringLiteral("有%1个任务等待打印，请先取消").arg(printer.queue.jobs);
     // The set-up's command line cannot carry one; it would make some other queue.
     if (printer.queue.name.contains(QLatin1Char('"')))
         return QStringLiteral("打印机名含有双引号，请先改名");

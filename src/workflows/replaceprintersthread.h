@@ -4,7 +4,8 @@
 
 /// Gives each cloud printer of an older model the supported driver; name, port, serial and local port stay. A queue
 /// under a temporary name shows first that set-up, driver and port work; then the old queue changes its driver in one
-/// step, and what goes wrong after that is undone.
+/// step, and what goes wrong after that is undone. A printer with waiting jobs is reported and stays as it is: they
+/// were made for the old model.
 class ReplacePrintersThread : public MaintenanceThread
 {
     Q_OBJECT
@@ -14,9 +15,6 @@ public:
 
     /// What a temporary queue's name ends with. One that is there at the start was left by a run that was killed.
     static bool isTemporary(const QString &queue);
-
-    /// Whether to replace printers with waiting jobs, too. Off at first: they are reported and stay as they are.
-    void setDespiteJobs(bool despite) { m_despiteJobs = despite; }
 
 protected:
     bool work(QString &message) override;
@@ -30,6 +28,4 @@ private:
     QString changeDriver(const DriverCheck::CloudQueue &printer);
 
     QString removeTemporary(const QString &temporary);
-
-    bool m_despiteJobs = false;
 };
