@@ -34,6 +34,7 @@ void handOver(const QtSingleApplication &application)
 int runMainWindow(QtSingleApplication &application)
 {
     prepareAppearance();
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/printerid/resource/orvoIcon.ico")));
     VelMainWindow window;
     application.setActivationWindow(&window, true);
     // Connected twice on purpose: a message raises the window twice, which is harmless.
@@ -41,6 +42,14 @@ int runMainWindow(QtSingleApplication &application)
                      &QtSingleApplication::activateWindow);
     window.show();
     return QApplication::exec();
+}
+
+/// At a log-off Windows ends the process as soon as the windows have seen it, so the threads end before exec() returns.
+/// The windows stay open: the user may still cancel the log-off.
+void endThreadsBeforeQuit(QApplication &application)
+{
+    QGuiApplication::setFallbackSessionManagementEnabled(false);
+    QObject::connect(&application, &QCoreApplication::aboutToQuit, [] { RunningThreads::endAll(endTimeout); });
 }
 
 } // namespace
@@ -58,7 +67,6 @@ int main(int argc, char *argv[])
     qRegisterMetaType<DriverInfo>("DriverInfo");
     QApplication::setQuitOnLastWindowClosed(false);
     installTranslation(application);
-    const int result = runMainWindow(application);
-    RunningThreads::endAll(endTimeout);
-    return result;
+    endThreadsBeforeQuit(application);
+    return runMainWindow(application);
 }
