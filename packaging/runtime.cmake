@@ -19,11 +19,11 @@ ship_plugin(imageformats QGifPlugin)
 ship_plugin(imageformats QICOPlugin)
 ship_plugin(sqldrivers QSQLiteDriverPlugin)
 
-# The compiler's runtime, without the debug information that is nine tenths of it.
-foreach(name libgcc_s_seh-1.dll libstdc++-6.dll libwinpthread-1.dll)
+# The compiler's runtime, without the debug information that is nine tenths of it. -p keeps the time stamps inside.
+foreach(name libgcc_s_seh-1.dll libssp-0.dll libstdc++-6.dll libwinpthread-1.dll)
   execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${name}
     OUTPUT_VARIABLE library OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
-  execute_process(COMMAND ${CMAKE_STRIP} -o ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${name} ${library}
+  execute_process(COMMAND ${CMAKE_STRIP} -p -o ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${name} ${library}
     COMMAND_ERROR_IS_FATAL ANY)
   ship(${name})
 endforeach()

@@ -17,7 +17,8 @@ function(ship_into folder)
   endforeach()
 endfunction()
 
-# Writes the list as shipped.txt, and as the installer's instructions that lay down and take away just these files.
+# Writes the list as shipped.txt, and as the installer's instructions that add and remove exactly these files. STAGE is
+# the folder from which packaging/pack takes them.
 function(write_shipped_lists)
   get_property(paths GLOBAL PROPERTY ORVO_SHIPPED)
   list(SORT paths)
@@ -33,7 +34,7 @@ function(write_shipped_lists)
     endif()
     string(APPEND install
       "  SetOutPath \"$INSTDIR${windows_folder}\"\n"
-      "  File \"${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${path}\"\n")
+      "  File \"\${STAGE}/${path}\"\n")
     string(APPEND uninstall "  Delete \"$INSTDIR\\${windows_path}\"\n")
   endforeach()
   list(REMOVE_DUPLICATES folders)

@@ -32,12 +32,15 @@ run_packages=(
 # shellcheck disable=SC2034
 windows_packages=(
     g++-mingw-w64-x86-64-posix nsis # the compiler, the installer
+    zip python3                     # the zip, the list of its contents
 )
 # shellcheck disable=SC2034
 windows_trial_packages=(
     "${run_packages[@]}"
     wine wine64 locales   # in the place of Windows, with the code page of China
     iproute2 xxd          # a network of its own, bytes to compare
+    osslsigncode openssl  # a signature and its certificate
+    python3-jsonschema    # the form of the list of contents
 )
 # shellcheck disable=SC2034
 picture_packages=(

@@ -16,19 +16,11 @@ RequestExecutionLevel admin
 InstallDir "$PROGRAMFILES64\OrvoCloudManager"
 InstallDirRegKey HKLM "${UNINSTALL_KEY}" "InstallLocation"
 SetCompressor /SOLID lzma
-; A file that cannot be written ends a silent installation instead of being left out.
+; A silent installation fails on a file that cannot be written instead of leaving it out.
 AllowSkipFiles off
 ManifestDPIAware true
 ShowInstDetails nevershow
 ShowUninstDetails nevershow
-
-VIProductVersion "${VERSION}"
-VIAddVersionKey "ProductName" "${PRODUCT}"
-VIAddVersionKey "FileDescription" "${PRODUCT} setup"
-VIAddVersionKey "FileVersion" "${VERSION}"
-VIAddVersionKey "ProductVersion" "${VERSION}"
-VIAddVersionKey "CompanyName" "Orvo"
-VIAddVersionKey "LegalCopyright" "Orvo"
 
 !define MUI_ICON "${ICON}"
 !define MUI_UNICON "${ICON}"
@@ -49,3 +41,20 @@ VIAddVersionKey "LegalCopyright" "Orvo"
 ; The first is what other languages, and silent runs, fall back to.
 !insertmacro MUI_LANGUAGE "SimpChinese"
 !insertmacro MUI_LANGUAGE "English"
+
+; Describe LANGUAGE PRODUCT DESCRIPTION COPYRIGHT: what Windows shows in the properties of the installer.
+!macro Describe language product description copyright
+  VIAddVersionKey /LANG=${language} "ProductName" "${product}"
+  VIAddVersionKey /LANG=${language} "FileDescription" "${description}"
+  VIAddVersionKey /LANG=${language} "FileVersion" "${VERSION}"
+  VIAddVersionKey /LANG=${language} "ProductVersion" "${VERSION}"
+  VIAddVersionKey /LANG=${language} "CompanyName" "Orvo"
+  VIAddVersionKey /LANG=${language} "LegalCopyright" "${copyright}"
+!macroend
+VIProductVersion "${VERSION}"
+!insertmacro Describe ${LANG_SIMPCHINESE} "Orvo云驱动管家" "Orvo云驱动管家 安装程序" "版权所有 Orvo"
+!insertmacro Describe ${LANG_ENGLISH} "${PRODUCT}" "${PRODUCT} setup" "Copyright Orvo"
+
+!ifdef SIGN
+  !uninstfinalize `${SIGN} "%1"` = 0
+!endif

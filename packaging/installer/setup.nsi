@@ -1,4 +1,5 @@
-; The installer. CMake hands over VERSION, SETUP (the file to make), ICON, SHIPPED (the list of files), CLOSE_PROGRAM.
+; The installer. packaging/pack passes VERSION, SETUP (the file to make), ICON, SHIPPED (the list of files), STAGE (their
+; folder), CLOSE_PROGRAM and, if the release is signed, SIGN.
 ;
 ; setup.exe [/S] [/NOLOGON] [/D=FOLDER]
 ;   /S        silent
@@ -6,7 +7,7 @@
 ;   /D        where to install; last, and without quotes
 ;
 ; Exit codes: 0 done; 1 cancelled by the user; 2 a file could not be written; 3 a running instance could not be ended;
-; 4 the user is no administrator.
+; 4 the user is not an administrator.
 
 Target amd64-unicode
 
