@@ -41,9 +41,10 @@ wait_for() {
     done
 }
 
-# start_display WIDTH HEIGHT: one in memory.
+# start_display WIDTH HEIGHT: one in memory. -noreset: when its last client leaves, Xvfb resets itself and loses clients
+# that connect meanwhile. A lost client fails or hangs, such as Wine's desktop process; then no program gets a window.
 start_display() {
-    start xvfb Xvfb -displayfd 3 -screen 0 "${1}x${2}x24" -dpi 96 -nolisten tcp 3>"$state/display"
+    start xvfb Xvfb -noreset -displayfd 3 -screen 0 "${1}x${2}x24" -dpi 96 -nolisten tcp 3>"$state/display"
     wait_for 20 test -s "$state/display" || fail "Xvfb did not start"
     DISPLAY=:$(<"$state/display")
     export DISPLAY

@@ -1,14 +1,17 @@
-// trialctl set-up QUEUE SERIAL PORT-NUMBER | print QUEUE FILE | show QUEUE
+// trialctl set-up QUEUE SERIAL PORT-NUMBER | print QUEUE FILE | show QUEUE | guarded PATH...
 //
-// `show` writes the queue's port, its driver, and of each value of its printer data type, size and bytes as the spooler
-// has them. Exit status 0, or 1 when a step failed or there is no such queue.
+// `show` writes the queue's port, its driver, and the type, size and bytes of its printer data. `guarded` fails on a
+// path that ordinary users may change. Exit status 0, or 1 when a step failed or there is no such queue.
 
 #include "packaging/trial/printing.h"
 #include "packaging/trial/provisioning.h"
+#include "packaging/trial/rights.h"
 #include "src/spooler/cprinter.h"
 
 #include <QCoreApplication>
 #include <QTextStream>
+
+#include <algorithm>
 
 #include "src/spooler/win32.h"
 
@@ -54,6 +57,8 @@ bool run(const QStringList &arguments)
         return printFile(arguments.at(2), arguments.at(3));
     if (command == QLatin1String("show") && arguments.size() == 3)
         return show(arguments.at(2));
+    if (command == QLatin1String("guarded"))
+        return std::none_of(arguments.begin() + 2, arguments.end(), isOpenToUsers);
     return false;
 }
 

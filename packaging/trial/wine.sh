@@ -14,32 +14,15 @@ make_prefix() {
     use_chinese
     timeout "$prefix_time_limit" wineboot --init >"$state/wineboot.log" 2>&1 || fail "Wine could not make a prefix"
     wineserver --wait
-    keep_session
-    # The trial's programs find the program's libraries.
+    # Where the trial's programs find the program's libraries.
     export WINEPATH='C:\Program Files\OrvoCloudManager'
-}
-
-# Wine's desktop ends a second after the last program, and a program that starts in just that moment gets no window. A
-# shell that waits for input keeps it.
-keep_session() {
-    [[ -p $state/session ]] || mkfifo "$state/session"
-    exec 8<>"$state/session"
-    # shellcheck disable=SC2016
-    start session bash -c 'exec wine cmd <"$0"' "$state/session"
-}
-
-# Ends every program of the prefix, its desktop included, and begins anew.
-new_session() {
-    wineserver --kill || true
-    wineserver --wait
-    keep_session
 }
 
 # Wine takes its 8-bit code page, in which journal and log are written, from the locale. This one need not be installed.
 use_chinese() {
     mkdir -p "$state/locale"
     localedef --no-warnings=all -i zh_CN -f UTF-8 "$state/locale/zh_CN.UTF-8"
-    # The shell, which looks elsewhere, warns; what it starts finds the locale.
+    # The shell itself does not find the locale there, and warns; Wine finds it.
     export LOCPATH=$state/locale LC_ALL=zh_CN.UTF-8 2>/dev/null
 }
 
