@@ -34,7 +34,6 @@ void handOver(const QtSingleApplication &application)
 int runMainWindow(QtSingleApplication &application)
 {
     prepareAppearance();
-    QApplication::setWindowIcon(QIcon(QStringLiteral(":/printerid/resource/orvoIcon.ico")));
     VelMainWindow window;
     application.setActivationWindow(&window, true);
     // Connected twice on purpose: a message raises the window twice, which is harmless.

@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QFont>
+#include <QIcon>
 
 void prepareAppearance()
 {
@@ -16,4 +17,5 @@ void prepareAppearance()
     // In pixels like those of the style sheets, so that nothing depends on the size of a point.
     font.setPixelSize(12);
     QApplication::setFont(font);
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/printerid/resource/orvoIcon.ico")));
 }
