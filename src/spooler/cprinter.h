@@ -92,7 +92,7 @@ public:
 
     bool RenamePrinter(const QString &oldName, const QString &newName);
 
-    /// Gives a queue another installed driver; all else stays, but for the settings that belong to the old driver.
+    /// Changes a queue's driver to another installed one. The print settings of the old driver are dropped.
     bool SetPrinterDriver(const QString &name, const QString &driver);
 
     /// Purges the queue with this Win32 handle until it is empty. The caller keeps the handle.
@@ -106,8 +106,8 @@ public:
     bool EnumLocalPorts(QList<Port> &ports);
     bool EnumLocalDrivers(QList<Driver> &drivers);
 
-    /// Whether the enumeration, or reading of printer data, that just returned false on this thread found nothing. Else
-    /// it failed.
+    /// After an enumeration or a reading of printer data has returned false on this thread: true if there was nothing
+    /// to find, false if it failed. Call it at once.
     static bool nothingFound();
 
     /// Standard TCP/IP ports, by the helper library: 0, an error code of the library, or `helperMissing`.
@@ -139,7 +139,7 @@ public:
     /// State of a service, which is started first where it is stopped. Blocks while it starts.
     SvcState RunSvc(const QString &name);
 
-    /// Stops a service and starts it again, whatever becomes of the stop.
+    /// Stops a service and starts it again, even if the stop fails.
     void RestartSvc(const QString &name);
 
     /// A text value of a driver's registry key; empty when it cannot be read.
@@ -167,8 +167,8 @@ public:
     /// Deletes a driver package from the driver store.
     bool RemovePrinterDriverPackage(const QString &infPath, const QString &environment);
 
-    /// Removes every queue, driver and driver package of the models that an INF file declares. The first failure ends
-    /// it, without a rollback.
+    /// Removes every queue, driver and driver package of the models that an INF file declares. Stops at the first
+    /// failure, without a rollback.
     bool RemoveSeriesDriver(const QString &fileName);
 
 public slots:

@@ -41,15 +41,12 @@ Queue toQueue(const PRINTER_INFO_2W &info)
 }
 
 /// Reads a value of any type. False, and a log line, when it is missing or cannot be read.
-bool readValue(const QString &name, const QString &value, const char *openFailed, const ReadingTexts &texts,
+bool readValue(const QString &name, const QString &value, const char *openPlace, const ReadingTexts &texts,
                QByteArray &bytes)
 {
-    const PrinterHandle printer(name, PRINTER_ACCESS_ADMINISTER);
-    if (!printer) {
-        qCritical(openFailed, qUtf16Printable(name), ulong(printer.error()));
-        SetLastError(printer.error());
+    const PrinterHandle printer(name, PRINTER_ACCESS_ADMINISTER, openPlace);
+    if (!printer)
         return false;
-    }
     DWORD type = 0;
     DWORD needed = 0;
     DWORD result = GetPrinterDataW(printer.get(), WideText(value).data(), &type, nullptr, 0, &needed);
@@ -89,11 +86,13 @@ SpoolJob toSpoolJob(const JOB_INFO_2W &info)
     return {fromWide(info.pDocument), submissionTime(info.Submitted), (info.Status & JOB_STATUS_PRINTING) != 0};
 }
 
-/// Reads the PRINTER_INFO_2 of an open queue, lets `change` change it and writes it back. False, and a log line, on
-/// failure.
+/// Reads the PRINTER_INFO_2 of a queue, lets `change` change it and writes it back. False, and a log line, on failure.
 template <typename Change>
-bool changeInfo(const PrinterHandle &printer, Change change)
+bool changeInfo(const QString &name, const char *openPlace, Change change)
 {
+    const PrinterHandle printer(name, PRINTER_ALL_ACCESS, openPlace);
+    if (!printer)
+        return false;
     const SpoolerBlock block =
         readInfo(printer, {"694_CPrinter GetPrinter getlasterror is", "704_CPrinter GetPrinter getlasterror is"});
     if (!block.bytes)
@@ -111,11 +110,9 @@ bool changeInfo(const PrinterHandle &printer, Change change)
 int CPrinter::SetCloudPrinterId(const QString &name, const QString &id)
 {
     qDebug() << "224_CPrinter SetCloudPrinterId" << name << id;
-    const PrinterHandle printer(name, PRINTER_ACCESS_ADMINISTER);
-    if (!printer) {
-        qCritical("234_CPrinter OpenPrinter %ls, error is %lu", qUtf16Printable(name), ulong(printer.error()));
+    const PrinterHandle printer(name, PRINTER_ACCESS_ADMINISTER, "234_CPrinter");
+    if (!printer)
         return printer.error() == ERROR_INVALID_PRINTER_NAME ? invalidPrinterName : printerNotOpened;
-    }
     // Intentionally single-byte text in a REG_SZ, read back in the same way. Its size follows the 8-bit code page.
     const int size = id.toLocal8Bit().size() + 1;
     QByteArray text = id.toUtf8();
@@ -131,7 +128,7 @@ bool CPrinter::GetCloudPrinterId(const QString &name, QString &id)
     qDebug() << "258_CPrinter GetCloudPrinterId" << name;
     QByteArray text;
     if (!readValue(
-            name, cloudIdValue, "267_CPrinter OpenPrinter %ls, error is %lu",
+            name, cloudIdValue, "267_CPrinter",
             {"283_CPrinter GetPrinterData error is %lu, need is %lu", "292_CPrinter GetPrinterData error is %lu"},
             text))
         return false;
@@ -144,11 +141,9 @@ bool CPrinter::GetCloudPrinterId(const QString &name, QString &id)
 bool CPrinter::SetPrinterPortNum(const QString &name, unsigned short port)
 {
     qDebug() << "305_CPrinter SetPrinterPortNum" << name << port;
-    const PrinterHandle printer(name, PRINTER_ACCESS_ADMINISTER);
-    if (!printer) {
-        qCritical("314_CPrinter OpenPrinter %ls, error is %lu", qUtf16Printable(name), ulong(printer.error()));
+    const PrinterHandle printer(name, PRINTER_ACCESS_ADMINISTER, "314_CPrinter");
+    if (!printer)
         return false;
-    }
     const DWORD result = writeValue(printer, cloudPortValue, REG_BINARY, &port, sizeof port);
     qDebug() << "314_CPrinter SetPrinterPortNum result is :" << result;
     return result == ERROR_SUCCESS;
@@ -159,7 +154,7 @@ bool CPrinter::GetPrinterPortNum(const QString &name, unsigned short &port)
     qDebug() << "333_CPrinter GetPrinterPortNum" << name;
     QByteArray bytes;
     if (!readValue(
-            name, cloudPortValue, "342_CPrinter OpenPrinter %ls, error is %lu",
+            name, cloudPortValue, "342_CPrinter",
             {"358_CPrinter GetPrinterData error is %lu, need is %lu", "367_CPrinter GetPrinterData error is %lu"},
             bytes))
         return false;
@@ -193,11 +188,9 @@ bool CPrinter::nothingFound()
 bool CPrinter::GetCloudPrinterInfo(const QString &name, Queue &queue)
 {
     qDebug() << "383_CPrinter GetCloudPrinterInfo" << name;
-    const PrinterHandle printer(name, PRINTER_ALL_ACCESS);
-    if (!printer) {
-        qCritical("392_CPrinter OpenPrinter %ls, error is %lu", qUtf16Printable(name), ulong(printer.error()));
+    const PrinterHandle printer(name, PRINTER_ALL_ACCESS, "392_CPrinter");
+    if (!printer)
         return false;
-    }
     const SpoolerBlock block =
         readInfo(printer, {"402_CPrinter GetPrinter lasterror is", "411_CPrinter GetPrinterlasterror is"});
     if (!block.bytes)
@@ -211,27 +204,17 @@ bool CPrinter::GetCloudPrinterInfo(const QString &name, Queue &queue)
 bool CPrinter::RenamePrinter(const QString &oldName, const QString &newName)
 {
     qDebug() << "676_CPrinter RenamePrinter" << oldName << newName;
-    const PrinterHandle printer(oldName, PRINTER_ALL_ACCESS);
-    if (!printer) {
-        qCritical("684_CPrinter OpenPrinter %ls, error is %lu", qUtf16Printable(oldName), ulong(printer.error()));
-        return false;
-    }
     WideText name(newName);
-    return changeInfo(printer, [&](PRINTER_INFO_2W &info) { info.pPrinterName = name.data(); });
+    return changeInfo(oldName, "684_CPrinter", [&](PRINTER_INFO_2W &info) { info.pPrinterName = name.data(); });
 }
 
 bool CPrinter::SetPrinterDriver(const QString &name, const QString &driver)
 {
     qDebug() << "CPrinter SetPrinterDriver" << name << driver;
-    const PrinterHandle printer(name, PRINTER_ALL_ACCESS);
-    if (!printer) {
-        qCritical("CPrinter OpenPrinter %ls, error is %lu", qUtf16Printable(name), ulong(printer.error()));
-        return false;
-    }
     WideText driverName(driver);
-    return changeInfo(printer, [&](PRINTER_INFO_2W &info) {
+    return changeInfo(name, "CPrinter", [&](PRINTER_INFO_2W &info) {
         info.pDriverName = driverName.data();
-        // They are the old driver's; without them the queue gets the new one's defaults.
+        // These settings belong to the old driver; without them the queue gets the new driver's defaults.
         info.pDevMode = nullptr;
     });
 }

@@ -16,9 +16,9 @@ namespace {
 
 constexpr auto stopTimeout = 30s; // from the beginning of StopSvc
 constexpr auto stopPause = 500ms;
-constexpr DWORD shortestStartPause = 1000; // ms, like the wait hint
-constexpr DWORD longestStartPause = 10000; // ms
-constexpr int serviceNameCapacity = 260;   // UTF-16 units with the terminating zero
+constexpr std::chrono::milliseconds shortestStartPause = 1s;
+constexpr std::chrono::milliseconds longestStartPause = 10s;
+constexpr int serviceNameCapacity = 260; // UTF-16 units with the terminating zero
 
 /// A service and the manager it was opened from; the service is closed first.
 struct OpenedService
@@ -39,7 +39,7 @@ OpenedService openService(CPrinter &printer, const QString &name, DWORD access)
     return {ServiceHandle(manager), ServiceHandle(service)};
 }
 
-/// True when the program ends. Waits end then, except for those that a restart of the service depends on.
+/// True when the program is ending. Waits end then, except those that a restart of the service depends on.
 bool interrupted()
 {
     return QThread::currentThread()->isInterruptionRequested();
@@ -75,7 +75,8 @@ void waitWhileStartPending(SC_HANDLE service)
     DWORD progressTime = GetTickCount();
     DWORD checkPoint = status.dwCheckPoint;
     while (status.dwCurrentState == SERVICE_START_PENDING && !interrupted()) {
-        Sleep(std::clamp(status.dwWaitHint / 10, shortestStartPause, longestStartPause));
+        const std::chrono::milliseconds waitHint(status.dwWaitHint);
+        Quaylink::pause(std::clamp(waitHint / 10, shortestStartPause, longestStartPause));
         if (!QueryServiceStatus(service, &status))
             return;
         if (status.dwCheckPoint > checkPoint) {
@@ -170,7 +171,7 @@ private:
         return true;
     }
 
-    /// Not interruptible: who asked for the stop can start the service again only when it has stopped.
+    /// Not interruptible: the service can be started again only after it has stopped.
     bool waitWhileStopPending()
     {
         while (state() == SERVICE_STOP_PENDING) {

@@ -9,8 +9,8 @@
 using namespace std::chrono_literals;
 
 // The set-up entry point of Windows: PrintUIEntry of PRINTUI.DLL, run by RUNDLL32 as a child process. Names are
-// intentionally not escaped: one with a double quote breaks the command line, and the set-up then makes another queue
-// or none. The callers look at what the spooler holds afterwards.
+// intentionally not escaped: a name with a double quote breaks the command line, and the set-up then creates a wrong
+// queue or none. Callers check the spooler afterwards.
 
 namespace {
 

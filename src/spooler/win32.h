@@ -3,6 +3,7 @@
 // The Win32 headers of the print spooler and what every call to them needs. Only for the sources of this folder: its
 // public headers speak Qt types. Include it after all Qt headers.
 
+#include <QDebug>
 #include <QString>
 
 #include <memory>
@@ -39,14 +40,24 @@ inline QString fromWide(LPCWSTR text)
 class PrinterHandle
 {
 public:
+    /// Asks for the default access where `access` is 0.
     explicit PrinterHandle(const QString &printerName, ACCESS_MASK access = 0)
     {
-        // No rights asked for: the default access.
         PRINTER_DEFAULTSW defaults{nullptr, nullptr, access};
         if (OpenPrinterW(WideText(printerName).data(), &m_handle, access != 0 ? &defaults : nullptr))
             return;
         m_error = GetLastError();
         m_handle = nullptr;
+    }
+
+    /// Logs a failure; the line begins with `place`, its place in the code. Leaves the failure as the last error.
+    PrinterHandle(const QString &printerName, ACCESS_MASK access, const char *place)
+        : PrinterHandle(printerName, access)
+    {
+        if (m_handle)
+            return;
+        qCritical("%s OpenPrinter %ls, error is %lu", place, qUtf16Printable(printerName), ulong(m_error));
+        SetLastError(m_error);
     }
 
     ~PrinterHandle()
@@ -84,9 +95,9 @@ struct SpoolerBlock
     }
 };
 
-/// Reads a block with two calls, one for its size and one for its content, again and again while it outgrows that size
-/// in between: at log-on Windows may add queues while we read. `read` calls Windows with (block, size, &needed) and
-/// returns its success.
+/// Reads a block with one call for its size and one for its content. The latter is repeated if the content has grown
+/// meanwhile: Windows may add queues at log-on. `read` calls Windows with (block, size, &needed) and returns its
+/// success.
 template <typename Read>
 SpoolerBlock readBlock(Read read)
 {
@@ -114,7 +125,7 @@ struct ReadingTexts
 };
 
 /// Passes each entry of an enumeration to `append`. `enumerate` calls Windows with (block, size, &needed, &returned).
-/// False, and a log line, on failure and when there is no entry; only in the latter case the last error is 0.
+/// False, and a log line, on failure and when there is no entry; the last error is 0 only in the latter case.
 template <typename Info, typename Enumerate, typename Append>
 bool forEachEntry(const ReadingTexts &texts, Enumerate enumerate, Append append)
 {
