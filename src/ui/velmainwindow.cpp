@@ -25,9 +25,11 @@
 
 #include <chrono>
 
+using namespace std::chrono_literals;
+
 namespace {
 
-constexpr std::chrono::minutes cleanUpDelay{5};
+constexpr auto cleanUpDelay = 5min;
 constexpr int logRetention = 5; // days
 
 const auto otherStyle = QStringLiteral(
@@ -77,7 +79,7 @@ VelMainWindow::VelMainWindow(QWidget *parent)
     buildCardList();
     serveExistingPrinters();
     buildTray();
-    startCleanUpTimer();
+    m_cleanUpTimer = startTimer(cleanUpDelay, Qt::CoarseTimer);
     buildWaitingDialog();
 }
 
@@ -89,6 +91,12 @@ void VelMainWindow::connectForm()
     showPicture(m_ui->label_2, QStringLiteral(":/image/resource/logo.png"));
     showPicture(m_ui->label_3, QStringLiteral(":/image/resource/guid.png"));
     tightenToFit(m_ui->label_ver);
+    const auto buttons = findChildren<QPushButton *>();
+    for (QPushButton *button : buttons) {
+        button->setAutoDefault(true); // Enter presses it
+        if (button != m_ui->pushButton_ok)
+            button->setFocusPolicy(Qt::TabFocus);
+    }
     connect(m_ui->lineEdit_name, &QLineEdit::returnPressed, m_ui->pushButton_ok, &QPushButton::click);
     connect(m_ui->lineEdit_num, &QLineEdit::returnPressed, m_ui->pushButton_ok, &QPushButton::click);
 }
@@ -120,7 +128,7 @@ void VelMainWindow::buildEmptyHint()
     m_emptyHint->move(m_ui->scrollArea->geometry().center() - m_emptyHint->rect().center());
 }
 
-/// Called whenever a card comes or goes.
+/// Call it after a card was added or removed.
 void VelMainWindow::showWhetherEmpty()
 {
     m_emptyHint->setVisible(!m_cardLayout->itemAt(0)->widget()); // only the stretch is left
@@ -130,14 +138,10 @@ void VelMainWindow::buildTray()
 {
     const QIcon programIcon(QStringLiteral(":/printerid/resource/orvoIcon.ico"));
     m_trayIcon = new QSystemTrayIcon(this);
-    m_showAction = new QAction(programIcon, QStringLiteral("显示主界面"), this);
-    connect(m_showAction, &QAction::triggered, this, &VelMainWindow::on_showMainAction);
-    m_exitAction = new QAction(QIcon(QStringLiteral(":/printerid/resource/close.png")), QStringLiteral("退出"), this);
-    connect(m_exitAction, &QAction::triggered, this, &VelMainWindow::on_exitAppAction);
-
-    m_trayMenu.addAction(m_showAction);
+    m_trayMenu.addAction(programIcon, QStringLiteral("显示主界面"), this, &VelMainWindow::on_showMainAction);
     m_trayMenu.addSeparator();
-    m_trayMenu.addAction(m_exitAction);
+    m_trayMenu.addAction(QIcon(QStringLiteral(":/printerid/resource/close.png")), QStringLiteral("退出"), this,
+                         &VelMainWindow::on_exitAppAction);
     m_trayMenu.setStyleSheet(trayMenuStyle);
     m_trayIcon->setContextMenu(&m_trayMenu);
 
@@ -145,11 +149,6 @@ void VelMainWindow::buildTray()
     m_trayIcon->setToolTip(QStringLiteral("Veltra云驱动管家"));
     connect(m_trayIcon, &QSystemTrayIcon::activated, this, &VelMainWindow::on_activatedSysTrayIcon);
     m_trayIcon->setVisible(true);
-}
-
-void VelMainWindow::startCleanUpTimer()
-{
-    m_cleanUpTimer = startTimer(cleanUpDelay, Qt::CoarseTimer);
 }
 
 void VelMainWindow::buildWaitingDialog()
@@ -161,17 +160,12 @@ void VelMainWindow::buildWaitingDialog()
 
 void VelMainWindow::serveExistingPrinters()
 {
-    CPrinter printer;
     QList<Queue> queues;
-    printer.EnumLocalPrinters(queues);
+    CPrinter().EnumLocalPrinters(queues);
     for (const Queue &queue : qAsConst(queues)) {
-        DriverInfo info;
-        info.driverName = queue.driver;
-        info.portName = queue.port;
-        info.printerName = queue.name;
-        qDebug() << "::" << info.driverName;
+        qDebug() << "::" << queue.driver;
         if (CloudPrinter::isCloudQueue(queue.driver, queue.port))
-            serveExistingPrinter(info);
+            serveExistingPrinter(queue);
     }
     m_cardLayout->addStretch(1);
     showWhetherEmpty();
@@ -181,9 +175,13 @@ void VelMainWindow::serveExistingPrinters()
     PrinterStore::loadPrinters(records);
 }
 
-void VelMainWindow::serveExistingPrinter(DriverInfo info)
+void VelMainWindow::serveExistingPrinter(const Queue &queue)
 {
     CPrinter printer;
+    DriverInfo info;
+    info.driverName = queue.driver;
+    info.portName = queue.port;
+    info.printerName = queue.name;
     QString host;
     unsigned short portNumber = 0;
     const int result = printer.GetPortInfo(info.portName, host, portNumber);
@@ -220,7 +218,7 @@ void VelMainWindow::AddValidDriver(const DriverInfo &info, quint16 portNumber)
     startServer(served, card, card);
 }
 
-/// The Tab key follows the cards' places, not the order in which they were made.
+/// The tab order follows the positions of the cards, not the order of their creation.
 void VelMainWindow::tabFirstTo(const DriverItem *card)
 {
     QWidget *previous = m_ui->scrollArea;

@@ -16,6 +16,7 @@ class QLabel;
 class PrinterServer;
 class QVBoxLayout;
 class WaittingDlg;
+struct Queue;
 
 namespace Ui {
 class VelMainWindow;
@@ -66,18 +67,18 @@ private:
     void buildCardList();
     void buildEmptyHint();
     void buildTray();
-    void startCleanUpTimer();
     void buildWaitingDialog();
 
     void serveExistingPrinters();
-    void serveExistingPrinter(DriverInfo info);
+    void serveExistingPrinter(const Queue &queue);
     /// Serves a printer that has just been added, as the first of the list.
     void AddValidDriver(const DriverInfo &info, quint16 portNumber);
     void tabFirstTo(const DriverItem *card);
     void showWhetherEmpty();
     void startServer(const DriverInfo &info, DriverItem *card, QObject *serverParent);
     void startAdding(const DriverInfo &info);
-    /// The spooler has given the place of `added` away: a card that still holds it follows its queue or is removed.
+    /// The port and the name of `added` are free in the spooler. A card that still has one of them follows its queue,
+    /// which was renamed, or is removed.
     void makeWayFor(const DriverInfo &added);
     void dragTo(const QMouseEvent *event);
 
@@ -88,10 +89,8 @@ private:
     QLabel *m_emptyHint = nullptr; // over the list while there is no card
     QMenu m_trayMenu;
     QSystemTrayIcon *m_trayIcon = nullptr;
-    QAction *m_showAction = nullptr;
-    QAction *m_exitAction = nullptr;
     std::unique_ptr<WaittingDlg> m_waitingDialog;
-    QTimer m_timer; // never started: adding a printer has no time-out of its own
+    QTimer m_timer; // never started: adding a printer has no time-out
     int m_cleanUpTimer = 0;
     QPoint m_dragOffset;
 };
