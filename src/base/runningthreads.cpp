@@ -7,12 +7,14 @@
 #include <QSet>
 #include <QThread>
 
+using namespace std::chrono_literals;
+
 namespace {
 
 QMutex listMutex;
 QSet<QThread *> threads;
-QReadWriteLock criticalWork;                // locked for reading by each piece of it
-constexpr int criticalWorkTimeout = 120000; // ms
+QReadWriteLock criticalWork; // locked for reading by each piece of it
+constexpr std::chrono::milliseconds criticalWorkTimeout = 2min;
 
 QSet<QThread *> listed()
 {
@@ -53,7 +55,7 @@ bool endAll(std::chrono::milliseconds timeout)
         else
             allEnded = false;
     }
-    if (!allEnded && criticalWork.tryLockForWrite(criticalWorkTimeout))
+    if (!allEnded && criticalWork.tryLockForWrite(int(criticalWorkTimeout.count())))
         criticalWork.unlock();
     return allEnded;
 }

@@ -48,7 +48,7 @@ QLineEdit *readOnlyField(const QString &name)
     auto *field = new QLineEdit;
     field->setObjectName(name);
     field->setReadOnly(true);
-    field->setFocusPolicy(Qt::ClickFocus); // the Tab key passes by what cannot be edited
+    field->setFocusPolicy(Qt::ClickFocus); // the Tab key skips what cannot be edited
     field->setFixedSize(fieldWidth, fieldHeight);
     return field;
 }
@@ -111,7 +111,7 @@ QLayout *DriverItem::fieldRows()
     return rows;
 }
 
-/// Behind the state: the button that asks for it and the spinner that turns until the answer is there.
+/// After the state: the button that requests it and the spinner that turns until the answer arrives.
 QLayout *DriverItem::refreshRow()
 {
     auto *refresh = new QPushButton(QIcon(QStringLiteral(":/image/resource/refresh.png")), QString());
@@ -172,7 +172,7 @@ void DriverItem::prepareDeviceRequest()
     connect(&m_network, &QNetworkAccessManager::finished, this, &DriverItem::devStateReceive);
 }
 
-/// A cloud that accepts requests and never answers must not collect them without end: the oldest is given up.
+/// Requests that the cloud accepts but never answers must not pile up: the oldest is aborted.
 QNetworkReply *DriverItem::requestDeviceState()
 {
     if (m_deviceReplies.size() == unansweredLimit)
@@ -183,7 +183,7 @@ QNetworkReply *DriverItem::requestDeviceState()
 
 void DriverItem::onStateClicked(bool)
 {
-    // Over the window, and not the card's child: the card can go while it is open.
+    // A child of the window: the card can be deleted while the dialog is open.
     SettingsDlg(m_info, window()).exec();
 }
 
@@ -201,7 +201,7 @@ void DriverItem::on_DevStateTimeout()
 void DriverItem::devStateReceive(QNetworkReply *reply)
 {
     reply->deleteLater();
-    // One that was given up says nothing of the device; a newer request is on its way.
+    // An aborted request says nothing about the device; newer ones are under way.
     if (!m_deviceReplies.removeOne(reply))
         return;
     if (reply->error() == QNetworkReply::NoError) {

@@ -19,9 +19,9 @@ class RemovePrinterThread;
 class StateThread;
 struct JobRecord;
 
-/// The card of one cloud printer: its name, its serial, the state of the device as the cloud service tells it, and the
-/// actions on it. Behind what is seen it follows each job of the printer from the answer to its submission to its end,
-/// writes the outcome to the journal and tells the capture server when the printer is free again. Main thread.
+/// The card of one cloud printer: its name, its serial, the state of the device as the cloud service reports it, and
+/// the actions on it. It also follows each job of the printer from the answer to its submission to its end, writes the
+/// outcome to the journal and signals when the printer is free again. Main thread.
 class DriverItem : public QWidget
 {
     Q_OBJECT
@@ -29,8 +29,8 @@ class DriverItem : public QWidget
 public:
     explicit DriverItem(const DriverInfo &info, QWidget *parent = nullptr);
 
-    /// A printer is being added whose port number or name this card still has: its own queue is no longer there under
-    /// them. A queue that was renamed in Windows is found again by its port; otherwise the card asks to be removed.
+    /// Call it for every printer that is added. If this card still has its port number or name, the card's own queue
+    /// was renamed or deleted in Windows: the card looks it up by its port, or asks to be removed.
     void makeWayFor(const DriverInfo &added);
 
 signals:
@@ -50,25 +50,25 @@ public slots:
     /// Asks for the state of the device.
     void onDevStateClicked(bool checked);
 
-    /// Turns to edit mode; in edit mode, takes the name and the serial over and turns back.
+    /// Enters edit mode; in edit mode, saves the name and the serial and leaves it.
     void onModifyClicked(bool checked);
 
-    /// Prints the spooler's test page, which takes the road of any job.
+    /// Prints the spooler's test page, which is relayed like any job.
     void onTestClicked(bool checked);
 
-    /// Removes the printer, without a question.
+    /// Removes the printer without asking for confirmation.
     void onDeleteClicked(bool checked);
 
     /// The answer to a job's submission.
     void onCloudResut(QNetworkReply::NetworkError error, const QJsonDocument &jd);
 
-    /// The answer to one question for a job's result.
+    /// The answer to one request for a job's result.
     void onStateResut(QNetworkReply::NetworkError error, const QJsonDocument &jd);
 
     void on_StateTimeout();
     void on_DevStateTimeout();
 
-    /// The answer to a question for the state of the device.
+    /// The answer to a request for the state of the device.
     void devStateReceive(QNetworkReply *reply);
 
 private:
@@ -114,6 +114,4 @@ private:
     QLineEdit *m_deviceField = nullptr;
     ActionButton *m_testButton = nullptr;
     ActionButton *m_modifyButton = nullptr;
-    QString m_shownName; // what the fields were given
-    QString m_shownSerial;
 };

@@ -13,7 +13,7 @@
 #include <QJsonObject>
 #include <QPointer>
 
-// How a card follows a print job: the answer to its submission, then the question for its result once a second.
+// How a card follows a print job: the answer to its submission, then a request for its result once a second.
 
 namespace {
 
@@ -57,7 +57,7 @@ void DriverItem::failSubmission(QNetworkReply::NetworkError error)
 {
     const JobRecord job = currentJob();
     if (error == QNetworkReply::UnknownContentError) {
-        // Intended: the spinner goes on turning, and nothing is shown, not even for a test page.
+        // Intentionally the spinner keeps turning and nothing is shown, not even for a test page.
         writeJournal(job, CloudProtocol::StatusText::fileTooLarge);
     } else {
         const QPointer<DriverItem> self(this);
@@ -75,7 +75,7 @@ void DriverItem::failSubmission(QNetworkReply::NetworkError error)
 void DriverItem::followJob(const QJsonDocument &jd)
 {
     m_stateThread = new StateThread(cloudBaseAddress(), CloudProtocol::veltraId(jd), this);
-    // Queued: the slot may show a message, under which the card and the poller may go.
+    // Queued: the slot may show a message, during which the card and the poller may be deleted.
     connect(m_stateThread, &StateThread::stateResule, this, &DriverItem::onStateResut, Qt::QueuedConnection);
     emit portBusy(true);
     m_stateTimer.start();
@@ -118,7 +118,7 @@ void DriverItem::onStateResut(QNetworkReply::NetworkError error, const QJsonDocu
     }
 }
 
-/// A result that is a text of its own: the printer stays busy until the user has seen it.
+/// The result is a bare text. The printer stays busy until the user has seen it.
 void DriverItem::endWithText(const JobRecord &job, const QString &text)
 {
     const QPointer<DriverItem> self(this);

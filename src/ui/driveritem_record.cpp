@@ -6,6 +6,7 @@
 #include "store/printerstore.h"
 #include "ui/actionbutton.h"
 #include "ui/errordialog.h"
+#include "workflows/drivercheck.h"
 #include "workflows/removeprinterthread.h"
 
 #include <QLineEdit>
@@ -23,26 +24,29 @@ QString singleQuoted(const QString &text)
     return QLatin1Char('\'') + text + QLatin1Char('\'');
 }
 
+/// QLineEdit truncates to maxLength: edits are compared with what the field could show of `text`.
+QString shownIn(const QLineEdit *field, const QString &text)
+{
+    return text.left(field->maxLength());
+}
+
 /// The name of the first queue on a port; empty when there is none.
 QString queueOnPort(const QString &portName)
 {
     QList<Queue> queues;
     CPrinter().EnumLocalPrinters(queues);
     for (const Queue &queue : qAsConst(queues))
-        if (queue.port.compare(portName, Qt::CaseInsensitive) == 0)
+        if (DriverCheck::isSameName(queue.port, portName))
             return queue.name;
     return QString();
 }
 
 } // namespace
 
-/// QLineEdit truncates to maxLength: edits are compared with the truncated text.
 void DriverItem::showRecord()
 {
     m_nameField->setText(m_info.printerName);
     m_serialField->setText(m_info.cloudSn);
-    m_shownName = m_nameField->text();
-    m_shownSerial = m_serialField->text();
 }
 
 void DriverItem::setViewMode(bool viewMode)
@@ -72,10 +76,10 @@ void DriverItem::onModifyClicked(bool)
     const QString serial = m_serialField->text().toUpper();
     const QString name = m_nameField->text();
     // A failed change has shown a message, whose event loop may have deleted the card: return at once.
-    if (serial != m_shownSerial && !changeSerial(serial))
+    if (serial != shownIn(m_serialField, m_info.cloudSn) && !changeSerial(serial))
         return;
     // A change of letter case alone renames nothing; showRecord() reverts it.
-    if (name.compare(m_shownName, Qt::CaseInsensitive) != 0 && !changeName(name))
+    if (!DriverCheck::isSameName(name, shownIn(m_nameField, m_info.printerName)) && !changeName(name))
         return;
     showRecord();
     setViewMode(true);
@@ -97,7 +101,6 @@ bool DriverItem::changeSerial(const QString &serial)
         return false;
     }
     m_info.cloudSn = serial;
-    m_shownSerial = serial;
     emit driverInfoChanged(m_info);
     PrinterStore::updatePrinter(m_info.printerName, QStringLiteral("cloud_sn"), singleQuoted(serial));
     return true;
@@ -116,7 +119,7 @@ bool DriverItem::changeName(const QString &name)
 void DriverItem::makeWayFor(const DriverInfo &added)
 {
     const bool portIsTaken = added.portNum == m_info.portNum;
-    if (!portIsTaken && added.printerName.compare(m_info.printerName, Qt::CaseInsensitive) != 0)
+    if (!portIsTaken && !DriverCheck::isSameName(added.printerName, m_info.printerName))
         return;
     const QString name = portIsTaken ? QString() : queueOnPort(m_info.portName);
     if (name.isEmpty())

@@ -64,7 +64,7 @@ void QCircleProcess::stopAnimation()
 
 void QCircleProcess::setAnimationDelay(int delay)
 {
-    m_delay = delay;
+    m_delay = std::chrono::milliseconds(delay);
     if (isAnimating()) {
         killTimer(m_timerId);
         m_timerId = startTimer(m_delay, Qt::CoarseTimer);

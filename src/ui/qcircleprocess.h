@@ -3,6 +3,8 @@
 #include <QColor>
 #include <QWidget>
 
+#include <chrono>
+
 /// A busy indicator: a ring of twelve bars. The opaque one moves clockwise, the others fade out after it. It is
 /// invisible while stopped unless setDisplayedWhenStopped() is on. Main thread; owned by its parent.
 class QCircleProcess : public QWidget
@@ -35,7 +37,7 @@ private:
 
     int m_angle = 0; // of the opaque bar, degrees clockwise from upright
     int m_timerId = notAnimating;
-    int m_delay = 40; // ms
+    std::chrono::milliseconds m_delay{40};
     bool m_displayedWhenStopped = false;
     QColor m_color = Qt::black;
 };

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <QThread>
-
-#include "store/driverinfo.h"
 #include "spooler/cprinter.h"
+#include "store/driverinfo.h"
+
+#include <QThread>
 
 /// Creates one cloud printer in the spooler: port, driver, queue and printer data. The interface thread creates it,
 /// starts it once and deletes it through finished(). A step that fails ends the work without a rollback.

@@ -1,5 +1,7 @@
 #include "workflows/removeprinterthread.h"
 
+#include "workflows/drivercheck.h"
+
 #include <QDebug>
 
 RemovePrinterThread::RemovePrinterThread(const DriverInfo &info, QObject *parent)
@@ -31,7 +33,7 @@ bool RemovePrinterThread::isDriverInUse()
     QList<Queue> queues;
     m_printer.EnumLocalPrinters(queues);
     for (const Queue &queue : qAsConst(queues)) {
-        if (queue.driver.compare(m_info.driverName, Qt::CaseInsensitive) == 0) {
+        if (DriverCheck::isSameName(queue.driver, m_info.driverName)) {
             qDebug("%ls依赖%ls, 不删除驱动", qUtf16Printable(queue.name), qUtf16Printable(queue.driver));
             return true;
         }

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <QThread>
-
-#include "store/driverinfo.h"
 #include "spooler/cprinter.h"
+#include "store/driverinfo.h"
+
+#include <QThread>
 
 /// Deletes the queue of one cloud printer and, if requested, the driver and its packages unless another printer uses
 /// them. The printer's port stays for a later add. The interface thread creates it, sets its options, starts it once
