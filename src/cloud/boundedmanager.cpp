@@ -18,6 +18,11 @@ QNetworkReply *BoundedManager::createRequest(Operation operation, const QNetwork
     // Queued: Qt forgets a size that is set before a request with a body has started.
     QMetaObject::invokeMethod(
         reply, [reply] { reply->setReadBufferSize(readBufferSize); }, Qt::QueuedConnection);
+    // A service that compresses all the same is not understood; its few bytes could stand for any number.
+    connect(reply, &QNetworkReply::metaDataChanged, reply, [reply] {
+        if (reply->hasRawHeader("Content-Encoding"))
+            reply->abort();
+    });
     connect(reply, &QNetworkReply::readyRead, reply, [reply] {
         if (reply->bytesAvailable() > largestAnswer)
             reply->abort();

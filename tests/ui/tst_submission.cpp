@@ -68,6 +68,8 @@ void SubmissionTest::submissionGoesWrong_data()
                                  QByteArray(4 * largestAnswer, ' '),
                              PeerAnswer::KeepOpen};
     QTest::newRow("endless, in chunks") << chunked << network << "Network error 5";
+    QTest::newRow("compressed") << PeerAnswer{"HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\n\r\n" + json} << network
+                                << "Network error 5";
     QTest::newRow("no veltraId") << PeerAnswer::ok(R"({"data":{}})") << printed << "veltraId=\")";
 }
 
