@@ -24,7 +24,7 @@ QPainterPath panelShape(const QRectF &area, qreal radius)
     return shape;
 }
 
-/// In device pixels, as the effect ignores the scaling.
+/// In device pixels, because the effect ignores the scaling.
 QPixmap drawPanel(const QSize &size, qreal scale)
 {
     const QSize deviceSize = (QSizeF(size) * scale).toSize();
@@ -53,9 +53,9 @@ QPixmap drawPanel(const QSize &size, qreal scale)
 
 QMargins CardPanel::shadowMargins()
 {
-    constexpr int before = blurRadius - shadowOffset;
-    constexpr int behind = blurRadius + shadowOffset;
-    return {before, before, behind, behind};
+    constexpr int upperLeft = blurRadius - shadowOffset;
+    constexpr int lowerRight = blurRadius + shadowOffset;
+    return {upperLeft, upperLeft, lowerRight, lowerRight};
 }
 
 void CardPanel::paintEvent(QPaintEvent *)

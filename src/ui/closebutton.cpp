@@ -38,13 +38,16 @@ void CloseButton::paintEvent(QPaintEvent *event)
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.translate(side / 2.0, side / 2.0);
-    // A white line inside a dark one is seen on the dark title bar and on the white message alike.
-    painter.setPen(hasFocus() ? QPen(dark, 1) : QPen(Qt::NoPen));
-    painter.setBrush(hasFocus() ? QColor(Qt::white) : accent);
-    painter.drawEllipse(QPointF(), discRadius, discRadius);
+    qreal radius = discRadius;
+    if (hasFocus()) {
+        // A white ring inside a dark one is visible both on the dark title bar and on the white message.
+        painter.setPen(QPen(dark, 1));
+        painter.setBrush(Qt::white);
+        painter.drawEllipse(QPointF(), radius, radius);
+        radius -= 2;
+    }
     painter.setPen(Qt::NoPen);
     painter.setBrush(isDown() ? accentPressed : accent);
-    const qreal inner = hasFocus() ? discRadius - 2 : discRadius;
-    painter.drawEllipse(QPointF(), inner, inner);
+    painter.drawEllipse(QPointF(), radius, radius);
     drawCross(painter);
 }

@@ -36,8 +36,8 @@ constexpr int serialLength = 16;
 constexpr int unansweredLimit = 6; // device requests
 constexpr auto resultInterval = 1s;
 constexpr auto firstDeviceInterval = 5s;
-constexpr auto offlineDeviceInterval = 10s;
-constexpr auto onlineDeviceInterval = 5min;
+constexpr std::chrono::seconds offlineDeviceInterval = 10s;
+constexpr std::chrono::seconds onlineDeviceInterval = 5min;
 
 const auto panelStyle = QStringLiteral("QLabel,QLineEdit{font-size:14px;}"
                                        "QLineEdit{border:1px solid transparent;border-radius:3px;padding:0 4px;}"
@@ -205,26 +205,24 @@ void DriverItem::devStateReceive(QNetworkReply *reply)
     if (!m_deviceReplies.removeOne(reply))
         return;
     if (reply->error() == QNetworkReply::NoError) {
-        const QJsonObject answer = QJsonDocument::fromJson(reply->readAll()).object();
-        qDebug() << answer;
-        switch (CloudProtocol::deviceState(answer)) {
-        case CloudProtocol::DeviceState::Offline:
-            m_deviceField->setText(CloudProtocol::StatusText::offline);
-            m_deviceTimer.setInterval(offlineDeviceInterval);
-            break;
-        case CloudProtocol::DeviceState::Online:
-            m_deviceField->setText(CloudProtocol::StatusText::online);
-            m_deviceTimer.setInterval(onlineDeviceInterval);
-            break;
-        case CloudProtocol::DeviceState::Unchanged:
-            break;
-        }
+        showDeviceState(QJsonDocument::fromJson(reply->readAll()).object());
     } else {
         qDebug() << QStringLiteral("devStateReceive receive err: %1, code: %2")
                         .arg(reply->errorString(), QString::number(reply->error()));
         m_deviceField->setText(QStringLiteral("--"));
     }
     m_deviceSpinner->stopAnimation();
+}
+
+void DriverItem::showDeviceState(const QJsonObject &answer)
+{
+    qDebug() << answer;
+    const CloudProtocol::DeviceState state = CloudProtocol::deviceState(answer);
+    if (state == CloudProtocol::DeviceState::Unchanged)
+        return;
+    const bool isOnline = state == CloudProtocol::DeviceState::Online;
+    m_deviceField->setText(isOnline ? CloudProtocol::StatusText::online : CloudProtocol::StatusText::offline);
+    m_deviceTimer.setInterval(isOnline ? onlineDeviceInterval : offlineDeviceInterval);
 }
 
 void DriverItem::onTestClicked(bool)

@@ -40,7 +40,7 @@ signals:
     /// The outcome of the printer's removal.
     void removeResult(bool ok, const QString &message, const DriverInfo &driverinfo);
 
-    /// True when the cloud has taken a job and its result is being followed, false when the job has ended.
+    /// True when the cloud has accepted a job and its result is being followed, false when the job has ended.
     void portBusy(bool isbusy);
 
 public slots:
@@ -80,6 +80,7 @@ private:
     void startTimers();
     void prepareDeviceRequest();
     QNetworkReply *requestDeviceState();
+    void showDeviceState(const QJsonObject &answer);
 
     void setViewMode(bool viewMode);
     void saveByEnter();

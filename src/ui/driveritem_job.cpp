@@ -17,16 +17,17 @@
 
 namespace {
 
-/// Shows the outcome of a test print; other jobs end silently on screen.
-void showOutcome(const JobRecord &job, const QString &text)
-{
-    if (job.isTestPage())
-        showMessage(text);
-}
-
 void writeJournal(const JobRecord &job, const QString &status)
 {
     Journal::appendDetail(job.cloudSn, job.text(status));
+}
+
+/// Also shows the outcome of a test print; other jobs end silently on screen.
+void report(const JobRecord &job, const QString &shown, const QString &status)
+{
+    if (job.isTestPage())
+        showMessage(shown);
+    writeJournal(job, status);
 }
 
 } // namespace
@@ -56,17 +57,16 @@ void DriverItem::onCloudResut(QNetworkReply::NetworkError error, const QJsonDocu
 void DriverItem::failSubmission(QNetworkReply::NetworkError error)
 {
     const JobRecord job = currentJob();
+    const QPointer<DriverItem> self(this);
     if (error == QNetworkReply::UnknownContentError) {
         // Intentionally the spinner keeps turning and nothing is shown, not even for a test page.
         writeJournal(job, CloudProtocol::StatusText::fileTooLarge);
     } else {
-        const QPointer<DriverItem> self(this);
         m_testButton->setBusy(false);
-        showOutcome(job, CloudProtocol::StatusText::networkFailureShown);
-        writeJournal(job, CloudProtocol::StatusText::networkFailure);
-        if (!self)
-            return;
+        report(job, CloudProtocol::StatusText::networkFailureShown, CloudProtocol::StatusText::networkFailure);
     }
+    if (!self)
+        return;
     emit portBusy(false);
     m_queryInFlight = false;
     qDebug() << QStringLiteral("Network error %1").arg(error);
@@ -95,8 +95,7 @@ void DriverItem::onStateResut(QNetworkReply::NetworkError error, const QJsonDocu
     if (error != QNetworkReply::NoError) {
         qDebug() << QStringLiteral("Network error %1").arg(error);
         endJob();
-        showOutcome(job, CloudProtocol::StatusText::networkFailureShown);
-        writeJournal(job, CloudProtocol::StatusText::networkFailure);
+        report(job, CloudProtocol::StatusText::networkFailureShown, CloudProtocol::StatusText::networkFailure);
         return;
     }
     if (!CloudProtocol::isUsable(jd)) {
@@ -113,8 +112,7 @@ void DriverItem::onStateResut(QNetworkReply::NetworkError error, const QJsonDocu
     } else {
         qDebug() << "显示状态，任务完成";
         endJob();
-        showOutcome(job, result.status);
-        writeJournal(job, result.journalStatus);
+        report(job, result.status, result.journalStatus);
     }
 }
 
@@ -123,8 +121,7 @@ void DriverItem::endWithText(const JobRecord &job, const QString &text)
 {
     const QPointer<DriverItem> self(this);
     m_testButton->setBusy(false);
-    showOutcome(job, text);
-    writeJournal(job, text);
+    report(job, text, text);
     if (self)
         endJob();
 }

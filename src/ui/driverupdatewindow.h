@@ -20,7 +20,7 @@ public:
 
 protected:
     void closeEvent(QCloseEvent *event) override;
-    /// The window has no frame to be dragged by.
+    /// Drags the frameless window.
     void mousePressEvent(QMouseEvent *event) override;
 
 private:
@@ -28,7 +28,7 @@ private:
     QWidget *page();
     QPushButton *addButton(const QString &text, void (DriverUpdateWindow::*clicked)());
 
-    /// Shows what spooler and package say now.
+    /// Reads the state from the spooler and the package again and shows it.
     void refresh();
     void showPrinters();
     void setState(const QString &printer, const QString &state);
@@ -46,5 +46,5 @@ private:
     QWidget *m_buttons;
     QPushButton *m_update;
     QPushButton *m_replace;
-    QStringList m_failures; ///< of the last run, with the printer
+    QStringList m_failures; ///< of the last run, each with its printer
 };

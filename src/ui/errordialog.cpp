@@ -11,7 +11,7 @@
 
 namespace {
 
-/// A label's word wrap cuts a word that is wider than the label on both sides; here such a word is broken.
+/// QLabel cuts off both ends of a word that is wider than the label; here such a word is broken into lines.
 class MessageLabel : public QLabel
 {
 public:
@@ -46,10 +46,9 @@ ErrorDialog::ErrorDialog(const QString &text, QWidget *parent)
     inner->addLayout(buttonRow());
     inner->addSpacing(23);
 
-    auto *outer = new QVBoxLayout;
+    auto *outer = new QVBoxLayout(this);
     outer->setContentsMargins(0, 0, 0, 0); // the picture is as large as the dialog
     outer->addWidget(background);
-    setLayout(outer);
 }
 
 QLayout *ErrorDialog::closeRow()
@@ -67,9 +66,9 @@ QLayout *ErrorDialog::closeRow()
 QLayout *ErrorDialog::messageRow(const QString &text)
 {
     auto *label = new MessageLabel(text);
-    // The rule has no selector and thus no effect: the message keeps the application's colours and font size.
+    // The rule lacks a selector and has no effect: the message keeps the application's colours and font size.
     label->setStyleSheet(QStringLiteral("{background-color:rgba(100, 100, 55,255);font-size:16px;}"));
-    label->setTextFormat(Qt::PlainText); // also for screen readers: names and the cloud's words as they are
+    label->setTextFormat(Qt::PlainText); // for screen readers, too: names and the cloud's texts are shown verbatim
     label->setAlignment(Qt::AlignCenter);
     label->setWordWrap(true);
     label->setContentsMargins(20, 0, 20, 0);

@@ -22,6 +22,8 @@
 #include <array>
 #include <chrono>
 
+using namespace std::chrono_literals;
+
 namespace {
 
 struct Column
@@ -43,7 +45,7 @@ constexpr std::array<Column, 6> columns{{
     {"处理时间", defaultColumnWidth, &PrintRecord::processingTime}, // stretches to the right edge
 }};
 
-constexpr std::chrono::seconds refreshInterval{1};
+constexpr auto refreshInterval = 1s;
 constexpr int edge = 10; // clear border around the frame
 constexpr int titleHeight = 40;
 constexpr QRect tablePlace(20, 60, 650, 400);
@@ -59,7 +61,7 @@ const auto tableStyle = QStringLiteral("QTableWidget::item:hover{background-colo
                                        "QTableWidget{border:1px solid rgb(185, 185, 185);padding:1px;"
                                        "background-color:white;selection-background-color:transparent;}");
 
-/// Without the focus frame, by which the current cell looked chosen and its text dimmed: the selection shows the row.
+/// Draws no focus frame: it made the current cell look selected and dimmed its text.
 class CellPainter : public QStyledItemDelegate
 {
 public:
@@ -135,7 +137,7 @@ void SettingsDlg::buildTable(QWidget *frame)
     m_table = new QTableWidget(0, int(columns.size()), frame);
     m_table->setGeometry(tablePlace);
     m_table->setStyleSheet(tableStyle);
-    // As part of the table's sheet it has no effect below widgets that have sheets themselves.
+    // On the bar itself: in the table's sheet it has no effect if an ancestor has a sheet, too.
     m_table->verticalScrollBar()->setStyleSheet(slimScrollBar);
     m_table->setItemDelegate(new CellPainter(m_table));
     m_table->setAccessibleName(QStringLiteral("打印详情"));
@@ -177,27 +179,20 @@ void SettingsDlg::showJournal()
     m_journalRead = !m_firstRecords.isEmpty() || QFileInfo(m_journalFile).size() == 0;
     m_journalRows = m_firstRecords.size();
     m_table->setRowCount(m_journalRows);
-    m_unfilledRows = m_journalRows;
-    fillRows(0, qMin(lineCount, m_journalRows)); // the table opens with these
-    fillNewestRows();
-}
-
-void SettingsDlg::fillRows(int first, int end)
-{
-    for (int row = first; row < end; ++row)
+    for (int row = 0; row < qMin(lineCount, m_journalRows); ++row) // the table opens with these
         fillRow(row, PrintRecord::parse(m_firstRecords.at(row)));
+    fillNewestRows();
 }
 
 /// Fills the rows of a long journal in steps, between which the dialog responds, the newest first.
 void SettingsDlg::fillNewestRows()
 {
-    const int first = qMax(0, m_unfilledRows - rowsPerStep);
-    fillRows(first, m_unfilledRows);
-    m_unfilledRows = first;
-    if (m_unfilledRows > 0)
+    for (int i = 0; i < rowsPerStep && !m_firstRecords.isEmpty(); ++i) {
+        const auto record = PrintRecord::parse(m_firstRecords.takeLast());
+        fillRow(m_firstRecords.size(), record);
+    }
+    if (!m_firstRecords.isEmpty())
         QTimer::singleShot(0, this, &SettingsDlg::fillNewestRows);
-    else
-        m_firstRecords.clear();
 }
 
 void SettingsDlg::startRefresh()
@@ -282,7 +277,7 @@ void SettingsDlg::slotItemEnter(QTableWidgetItem *item)
     const QString text = item->text();
     if (metrics.horizontalAdvance(text) <= m_table->columnWidth(item->column()))
         return;
-    // A document may be called "<b>". The cell's rectangle makes the same text in another cell a new tip.
+    // A document may be called "<b>". The rectangle makes the same text in another cell a new tip.
     QToolTip::showText(QCursor::pos(),
                        Qt::mightBeRichText(text) ? text.toHtmlEscaped().prepend(QStringLiteral("<p>")) : text,
                        m_table->viewport(), m_table->visualItemRect(item));

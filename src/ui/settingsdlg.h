@@ -17,7 +17,7 @@ class SettingsDlg : public QDialog
     Q_OBJECT
 
 public:
-    /// Stands at a fixed distance from the upper left corner of its parent, which is a window.
+    /// Placed at a fixed offset from the upper left corner of its parent, which is a window.
     explicit SettingsDlg(const DriverInfo &printer, QWidget *parent = nullptr);
 
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -37,7 +37,6 @@ private:
     void buildTable(QWidget *frame);
     void styleHeaders();
     void showJournal();
-    void fillRows(int first, int end);
     void fillNewestRows();
     void startRefresh();
 
@@ -50,8 +49,7 @@ private:
     QString m_printerName;
     QTableWidget *m_table = nullptr;
     QTimer m_refreshTimer{this};
-    QStringList m_firstRecords; // until their rows are filled
-    int m_unfilledRows = 0;     // at the top
+    QStringList m_firstRecords; // of the rows from the top that are not filled yet
     QStringList m_newRecords;   // read, but not yet shown
     int m_journalRows = 0;
     QString m_journalFile;

@@ -8,7 +8,7 @@
 
 namespace {
 
-/// A label draws each frame by nearest neighbour; the frames have twice the pixels, for fine displays.
+/// QLabel scales a movie by nearest neighbour; the frames have twice the pixels, for high-resolution displays.
 class SmoothLabel : public QLabel
 {
 public:
