@@ -8,7 +8,7 @@ using namespace Quaylink;
 
 namespace {
 
-/// Longest name of a driver or an environment that Windows takes, with the terminating zero.
+/// Longest name of a driver or an environment that Windows accepts, with the terminating zero.
 constexpr std::size_t nameCapacity = MAX_PATH;
 
 DWORD deleteDriver(LPCWSTR driver, LPCWSTR environment)

@@ -8,7 +8,7 @@
 #define QUAYLINK_EXPORT __attribute__((visibility("default")))
 #endif
 
-// The exports as functions, so that the compiler holds each definition to the type that the program calls it by.
+// Declared as functions, so that the compiler checks each definition against the type that the program calls.
 extern "C" {
 QUAYLINK_EXPORT Quaylink::AddStandardTcpPort AddStandardTcpPort;
 QUAYLINK_EXPORT Quaylink::ConfigStandardTcpPort ConfigStandardTcpPort;

@@ -16,7 +16,7 @@ struct CloseService
 };
 using ServiceHandle = std::unique_ptr<std::remove_pointer_t<SC_HANDLE>, CloseService>;
 
-/// Time since GetTickCount() returned `start`; right across the counter's wrap-around.
+/// Time since GetTickCount() returned `start`; correct across the counter's wrap-around.
 inline std::chrono::milliseconds elapsedSince(DWORD start)
 {
     return std::chrono::milliseconds(GetTickCount() - start);

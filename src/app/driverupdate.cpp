@@ -21,9 +21,9 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr auto handOverTimeout = 5s;
-constexpr auto endTimeout = 5s; // that workers may take to end
+constexpr auto endTimeout = 5s; // for the workers to end
 
-/// The manager lies beside this program.
+/// The manager is in the same folder.
 QString managerPath()
 {
     const QFileInfo program(QCoreApplication::applicationFilePath());
@@ -105,7 +105,7 @@ int main(int argc, char *argv[])
     }
     application.listen();
     qRegisterMetaType<MaintenanceThread::Outcome>();
-    QApplication::setQuitOnLastWindowClosed(false); // by the question below
+    QApplication::setQuitOnLastWindowClosed(false); // by closing the question below
     installTranslation(application);
     prepareAppearance();
     std::unique_ptr<InstanceGuard> guard = managerGuard();

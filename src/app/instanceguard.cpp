@@ -16,7 +16,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr auto connectPause = 50ms;     // between attempts: the first instance may not listen yet
-constexpr auto connectionLifetime = 5s; // that a sender may take
+constexpr auto connectionLifetime = 5s; // then a sender that has not finished is dropped
 const QByteArray acknowledgement = QByteArrayLiteral("ack");
 
 /// On Windows local socket names are machine-wide, so the user session is part of the name.
@@ -54,7 +54,7 @@ InstanceGuard::InstanceGuard(const QString &identifier, QObject *parent)
     const QString mutexName = QStringLiteral("Local\\") + m_socketName;
     m_mutex = CreateMutexW(nullptr, FALSE, reinterpret_cast<LPCWSTR>(mutexName.utf16()));
     const DWORD error = GetLastError();
-    // A mutex that this process may not open belongs to an instance with other rights.
+    // Access is denied if the mutex belongs to an instance with other rights.
     m_taken = m_mutex ? error == ERROR_ALREADY_EXISTS : error == ERROR_ACCESS_DENIED;
 }
 
@@ -104,7 +104,7 @@ void InstanceGuard::receive(QLocalSocket *socket)
 
 InstanceGuard::Delivery InstanceGuard::send(const QString &message, std::chrono::milliseconds timeout) const
 {
-    // The process that the user has just started may raise windows; without its leave the first instance may not.
+    // The process that the user has just started may raise windows; the first instance needs its permission.
     AllowSetForegroundWindow(ASFW_ANY);
     const QDeadlineTimer deadline(timeout);
     QLocalSocket socket;

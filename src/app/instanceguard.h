@@ -10,8 +10,8 @@ class QLocalSocket;
 
 /// Keeps one instance per user session and identifier, and carries a short text from a later instance to the first.
 ///
-/// The guard itself is a named mutex of Windows, which frees it when the process ends, however it ends: there is
-/// nothing stale to recognise, and of two simultaneous starts one gets it. The text travels over a local socket as an
+/// The guard itself is a named mutex of Windows, which frees it however the process ends: it is never stale,
+/// and of two simultaneous starts exactly one gets it. The text travels over a local socket as an
 /// InstanceMessage, acknowledged by "ack". Main thread.
 class InstanceGuard : public QObject
 {

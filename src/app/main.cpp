@@ -15,10 +15,10 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr auto handOverTimeout = 5s;
-constexpr auto endTimeout = 5s; // that workers may take to end
+constexpr auto endTimeout = 5s; // for the workers to end
 
-/// Lets the running instance show its window. One that hangs is left alone; one that cannot be reached will not be
-/// reached by the next start either, so the user is shown the other way to its window.
+/// Lets the running instance show its window. If it hangs, nothing follows. If it does not listen, no later start will
+/// reach it either, so the user is shown the other way to its window.
 void handOver(const QtSingleApplication &application)
 {
     const auto delivery = application.sendMessage(QStringLiteral("raise_window_noop"), handOverTimeout);

@@ -26,8 +26,7 @@ void startLog()
 void installTranslation(QCoreApplication &application)
 {
     auto *translator = new QTranslator(&application);
-    const QString path =
-        QCoreApplication::applicationDirPath() + QStringLiteral("/Translations/") + QStringLiteral("qt_zh_CN.qm");
+    const QString path = QCoreApplication::applicationDirPath() + QStringLiteral("/Translations/qt_zh_CN.qm");
     translator->load(path);
     qDebug() << path;
     application.installTranslator(translator);

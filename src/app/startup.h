@@ -2,13 +2,13 @@
 
 class QCoreApplication;
 
-// What both programs do at their start.
+// Called by both programs when they start.
 
 /// Before the application object is built.
 void enableHighDpi();
 
-/// From now on every message goes to the diagnostic log; begins with the program's arguments.
+/// Sends all messages to the diagnostic log, first of all the program's arguments.
 void startLog();
 
-/// Qt's own texts in Chinese. Without the file they stay as they are.
+/// Translates Qt's own texts into Chinese. Without the file they stay English.
 void installTranslation(QCoreApplication &application);

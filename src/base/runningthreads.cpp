@@ -13,7 +13,7 @@ namespace {
 
 QMutex listMutex;
 QSet<QThread *> threads;
-QReadWriteLock criticalWork; // locked for reading by each piece of it
+QReadWriteLock criticalWork; // each CriticalWork holds a read lock
 constexpr std::chrono::milliseconds criticalWorkTimeout = 2min;
 
 QSet<QThread *> listed()

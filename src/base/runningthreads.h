@@ -14,8 +14,8 @@ namespace RunningThreads {
 /// priority. It must have no other owner.
 void start(QThread *thread);
 
-/// Work that the end of the process must not cut short, such as a restart of the machine's spooler: endAll() waits on
-/// while an object of this class exists. Any thread.
+/// Work that must not be cut short by the end of the process, such as a restart of the machine's spooler: endAll()
+/// keeps waiting while an object of this class exists. Any thread.
 class CriticalWork
 {
 public:

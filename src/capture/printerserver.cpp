@@ -43,7 +43,7 @@ PrinterServer::~PrinterServer()
 
 void PrinterServer::stopListening(QList<PrinterServer *> &servers, const DriverInfo &removed)
 {
-    // By the pointer: another card's server may bear the same name.
+    // By the pointer: another card's server may have the same name.
     servers.removeOne(this);
     close();
     closePending();
@@ -98,7 +98,7 @@ void PrinterServer::startRelay()
     m_busyTimer.start();
 }
 
-/// Closes the waiting connection, if there is one: a later one replaces it, or nobody will serve it.
+/// Closes the waiting connection, if there is one: it is replaced by a later one or will not be served.
 void PrinterServer::closePending()
 {
     if (!m_busyTimer.isActive())

@@ -28,7 +28,7 @@ public:
 
     const DriverInfo &info() const { return m_info; }
 
-    /// The printer has been removed: takes this server off the list and stops listening. The object stays.
+    /// The printer has been removed: takes this server out of the list and stops listening. The object stays.
     void stopListening(QList<PrinterServer *> &servers, const DriverInfo &removed);
 
 signals:

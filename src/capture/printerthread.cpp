@@ -2,7 +2,7 @@
 
 #include "cloud/baseaddress.h"
 #include "cloud/cloud.h"
-#include "cloud/jobmemory.h"
+#include "cloud/jobbody.h"
 #include "cloud/protocol.h"
 
 #include <QCoreApplication>
@@ -56,7 +56,7 @@ void PrinterThread::relay()
 {
     auto *socket = new QTcpSocket;
     if (!socket->setSocketDescriptor(m_socketDescriptor, QAbstractSocket::ConnectedState, QIODevice::ReadWrite)) {
-        // Intended: without a result the card never frees the printer, whose later jobs wait for the next start.
+        // Intentionally without a result: the printer stays busy, and its later jobs wait until the program restarts.
         qCritical() << "25_PrinterThread" << QThread::currentThread() << socket->errorString();
         emit error(socket->error());
         socket->deleteLater();
@@ -90,7 +90,7 @@ void PrinterThread::collect(QTcpSocket &socket)
     const auto submission = connect(
         &socket, &QTcpSocket::disconnected, this, [this, &socket] { submit(socket); }, Qt::DirectConnection);
 
-    // One wait in slices, so that the end of the program is not held up by a spooler that keeps its connection.
+    // One wait in slices, so that a spooler that keeps its connection does not delay the end of the program.
     const QDeadlineTimer deadline(connectionTimeout);
     while (socket.state() != QAbstractSocket::UnconnectedState && !deadline.hasExpired() && !isInterruptionRequested())
         receive(socket, std::min<qint64>(interruptionCheck.count(), deadline.remainingTime()));
@@ -100,7 +100,7 @@ void PrinterThread::collect(QTcpSocket &socket)
     if (socket.state() == QAbstractSocket::UnconnectedState)
         return;
     if (m_refusal)
-        submit(socket); // frees the printer, however long the connection is
+        submit(socket); // frees the printer although the connection is still open
     else
         m_cloud->deleteLater();
 }
@@ -143,7 +143,7 @@ void PrinterThread::makeRoom(qint64 size)
     }
 }
 
-/// The job will not be posted. Whatever of it is held is released now, the rest is dropped as it comes.
+/// The job will not be posted. What has been received is released now, the rest is dropped on arrival.
 void PrinterThread::refuse(const char *reason)
 {
     m_refusal = reason;

@@ -33,7 +33,7 @@ signals:
     /// The connection could not be taken over. No result follows.
     void error(QTcpSocket::SocketError socketError);
 
-    /// The answer to the submission or why there is none; emitted on this thread, once per submitted or refused job.
+    /// The answer to the submission, or the error; emitted on this thread, once per submitted or refused job.
     void cloudResult(QNetworkReply::NetworkError error, const QJsonDocument &jd);
 
 protected:
@@ -52,7 +52,7 @@ private:
     qintptr m_socketDescriptor;
     DriverInfo m_info;
     QByteArray m_jobData;
-    qint64 m_jobSize = 0; // bytes that came, kept or not
+    qint64 m_jobSize = 0; // bytes received, kept or not
     const qint64 m_largestJob;
     const char *m_refusal = nullptr; // why the job will not be posted
     QPointer<Cloud> m_cloud;

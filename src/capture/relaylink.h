@@ -6,9 +6,8 @@
 
 class PrinterServer;
 
-/// What a capture server shares with its relay threads: the lock that lets one job of the printer at a time to the
-/// cloud, and the way back for the result. It outlives whichever of them goes first: a printer can be removed while its
-/// relay runs.
+/// Shared by a capture server and its relay threads: the mutex that serialises the printer's submissions, and the route
+/// for the result. A printer can be removed while its relay runs, so the last of them deletes it.
 class RelayLink
 {
 public:
@@ -18,13 +17,13 @@ public:
     }
     Q_DISABLE_COPY(RelayLink)
 
-    /// Taken by a relay thread before it submits, released by it when the answer is there.
+    /// Locked by a relay thread before it submits, unlocked by it when the answer has arrived.
     QMutex *jobLock() { return &m_jobLock; }
 
-    /// Emits the server's result signal on the calling relay thread; nothing when the server has gone.
+    /// Emits the server's result signal on the calling relay thread, unless the server has been destroyed.
     void deliver(QNetworkReply::NetworkError error, const QJsonDocument &jd);
 
-    /// The server goes: nothing is delivered any more.
+    /// The server is being destroyed: later results are discarded.
     void detach();
 
 private:

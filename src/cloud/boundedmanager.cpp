@@ -4,18 +4,18 @@
 
 namespace {
 constexpr qint64 largestAnswer = 1024 * 1024; // bytes
-/// Where Qt's network thread stops reading, however late the abort comes. Of a chunked answer it stops somewhat
-/// earlier, which must still be beyond largestAnswer.
+/// Qt's network thread stops reading here, however late the abort comes. It stops a little earlier in a chunked answer,
+/// which must still be beyond largestAnswer.
 constexpr qint64 readBufferSize = 2 * largestAnswer;
 } // namespace
 
 QNetworkReply *BoundedManager::createRequest(Operation operation, const QNetworkRequest &request, QIODevice *body)
 {
-    // Without this header Qt asks for gzip and unpacks whatever comes, a thousandfold, before anybody can look at it.
+    // Without this header Qt requests gzip and decompresses up to a thousandfold before the size can be checked.
     QNetworkRequest bounded(request);
     bounded.setRawHeader("Accept-Encoding", "identity");
     QNetworkReply *reply = QNetworkAccessManager::createRequest(operation, bounded, body);
-    // Queued: Qt forgets a size that is set before a request with a body has started.
+    // Queued: Qt discards a size that is set before a request with a body has started.
     QMetaObject::invokeMethod(
         reply, [reply] { reply->setReadBufferSize(readBufferSize); }, Qt::QueuedConnection);
     // A service that compresses all the same is not understood; its few bytes could stand for any number.

@@ -60,7 +60,7 @@ QNetworkRequest Cloud::submission(const QUrl &url, qint64 bodySize) const
 {
     QNetworkRequest request(url);
     request.setHeader(QNetworkRequest::ContentTypeHeader, CloudProtocol::contentType);
-    // Both keep the network layer from copying the whole body before it sends the first byte.
+    // Both keep Qt from copying the whole body before it sends the first byte.
     request.setHeader(QNetworkRequest::ContentLengthHeader, bodySize);
     request.setAttribute(QNetworkRequest::DoNotBufferUploadDataAttribute, true);
     return request;

@@ -24,8 +24,8 @@ public:
     /// URL: nothing is sent then and no signal follows.
     bool post(QByteArray job, qint64 jobSize, const QString &jobLabel);
 
-    /// In place of post(): reports UnknownContentError at once, as when the service finds a job too large. `reason` is
-    /// for the log.
+    /// Instead of post(): reports UnknownContentError at once, as if the service had found the job too large. `reason`
+    /// is for the log.
     void refuse(qint64 jobSize, const QString &jobLabel, const char *reason);
 
     /// The reply to the post; null before it and after a refusal. It is deleted with this object soon after it has
@@ -35,7 +35,7 @@ public:
 
 signals:
     /// The answer's JSON object, or an empty one when there is none, with "jobneed" (the job's label) and "jobSize"
-    /// (its length in bytes) put into it.
+    /// (its length in bytes) added.
     void cloudResule(QNetworkReply::NetworkError error, const QJsonDocument &jd);
 
 public slots:

@@ -1,8 +1,25 @@
 #include "cloud/jobbody.h"
 
+#include <QMutex>
+
 #include <algorithm>
 #include <cstring>
 #include <utility>
+
+namespace {
+constexpr int smallJob = 4 * 1024 * 1024; // bytes; may use the reserve
+constexpr int reserve = 64 * 1024 * 1024; // bytes; for a dozen printers' threads, buffers and small jobs
+QMutex growth;
+} // namespace
+
+void reserveJobMemory(QByteArray &bytes, qint64 size)
+{
+    // One at a time: two jobs must not count the same free memory as their reserve.
+    const QMutexLocker locker(&growth);
+    bytes.reserve(static_cast<int>(size));
+    if (size > smallJob)
+        QByteArray().reserve(reserve);
+}
 
 JobBody::JobBody(QByteArray body, QObject *parent)
     : QIODevice(parent)

@@ -3,6 +3,11 @@
 #include <QByteArray>
 #include <QIODevice>
 
+/// Makes room for `size` bytes in a job's buffer. Jobs are the only large allocations of the program, so a large one
+/// has to leave a reserve for the small ones: the process ends when Qt's own threads or the window run out of memory.
+/// Throws std::bad_alloc if there is not enough memory for both. Callable on any thread.
+void reserveJobMemory(QByteArray &bytes, qint64 size);
+
 /// The body of a job submission, which can be read only once. Given a QByteArray, Qt sends a POST again when the
 /// connection breaks before the answer's headers are complete, and the job might be printed twice; a device that cannot
 /// be reset prevents that. The bytes are released as soon as the last one has been read.

@@ -1,6 +1,6 @@
 #include "cloud/protocol.h"
 
-#include "cloud/jobmemory.h"
+#include "cloud/jobbody.h"
 
 #include <QJsonArray>
 

@@ -45,13 +45,13 @@ inline const QString failedPrefix = QStringLiteral("打印失败:");
 inline const QString deviceOffline = QStringLiteral("打印失败:设备离线");
 inline const QString fileTooLarge = QStringLiteral("打印失败:打印文件过大");
 inline const QString networkFailure = QStringLiteral("打印失败:网络访问异常");
-/// What the message dialog says of a network failure; the journal has it without the exclamation mark.
+/// For the message dialog; the journal has it without the exclamation mark.
 inline const QString networkFailureShown = QStringLiteral("打印失败:网络访问异常!");
 } // namespace StatusText
 
 enum class DeviceState { Unchanged, Offline, Online };
 
-/// How a job stands. While it is printing the texts are empty.
+/// The state of a job. While it is printing the texts are empty.
 struct JobResult
 {
     bool printing = false;
@@ -73,8 +73,8 @@ QByteArray submissionBody(const QString &cloudSn, QByteArray job);
 /// Body of a device status request.
 QByteArray deviceStatusBody(const QString &cloudSn);
 
-/// What is passed on of the answer to a submission: its object, or an empty one when there is none, with the job's
-/// label and its length in bytes put into it. A length beyond INT_MAX becomes INT_MAX: readers take it for an int.
+/// The result of a submission: the answer's object, or an empty one when there is none, with the job's label and its
+/// length in bytes added. A length beyond INT_MAX becomes INT_MAX: readers expect an int.
 QJsonDocument submissionResult(const QJsonDocument &answer, const QString &jobLabel, qint64 jobSize);
 
 /// False if the reply is not JSON or is an array.
@@ -83,7 +83,7 @@ bool isUsable(const QJsonDocument &answer);
 /// The job identifier in the answer to a submission; empty when there is none.
 QString veltraId(const QJsonDocument &answer);
 
-/// Where to ask for a job's result. The identifier follows as the service gave it.
+/// The address of a job's result. The identifier is appended as the service gave it.
 QUrl resultUrl(const QString &baseAddress, const QString &veltraId);
 
 /// Reads the answer to a result request for a job of the printer `cloudSn`.

@@ -9,8 +9,8 @@
 
 class QNetworkAccessManager;
 
-/// Asks the cloud service how one submitted job stands. Despite its name it is not a thread: it lives on the main
-/// thread and belongs to the printer's card, which asks again until the answer is final and then deletes it.
+/// Asks the cloud service for the result of one submitted job. Despite its name it is not a thread: it lives on the
+/// main thread and belongs to the printer's card, which asks again until the answer is final and then deletes it.
 class StateThread : public QObject
 {
     Q_OBJECT

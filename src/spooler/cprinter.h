@@ -117,7 +117,7 @@ public:
     /// Writes `host` and `portNumber` only on success.
     int GetPortInfo(const QString &portName, QString &host, unsigned short &portNumber);
 
-    /// Stops what depends on a service, by the helper library. Blocks for up to half a minute.
+    /// Stops the services that depend on a service, by the helper library. Blocks for up to half a minute.
     bool StopDependentServices(SC_HANDLE__ *manager, SC_HANDLE__ *service);
 
     /// The service manager, or null. The caller closes it.
@@ -126,8 +126,8 @@ public:
     /// A service, or null. The caller closes it and the manager; on failure the manager has been closed.
     SC_HANDLE__ *QOpenService(SC_HANDLE__ *manager, const QString &name, quint32 access);
 
-    /// Stops a service and what depends on it. True only when this call stopped it, not when it was stopped already
-    /// or being stopped. Blocks for half a minute and more.
+    /// Stops a service and those that depend on it. True only if this call stopped it, not if it was stopped already
+    /// or being stopped. Blocks for half a minute or more.
     bool StopSvc(const QString &name);
 
     /// Starts a service; waits up to half a minute for one that is still stopping. True once the start is accepted,
@@ -136,7 +136,7 @@ public:
 
     enum class SvcState { NotAllowed, Stopped, Running };
 
-    /// State of a service, which is started first where it is stopped. Blocks while it starts.
+    /// State of a service, which is started first if it is stopped. Blocks while it starts.
     SvcState RunSvc(const QString &name);
 
     /// Stops a service and starts it again, even if the stop fails.

@@ -13,8 +13,8 @@
 #include <winspool.h>
 #include <winsvc.h>
 
-/// A zero-terminated UTF-16 copy of a QString, as the wide functions of Windows take it. They ask for a writable text
-/// although they do not write.
+/// A zero-terminated UTF-16 copy of a QString, for the wide functions of Windows: they require a writable buffer
+/// although they do not write to it.
 class WideText
 {
 public:
@@ -40,7 +40,7 @@ inline QString fromWide(LPCWSTR text)
 class PrinterHandle
 {
 public:
-    /// Asks for the default access where `access` is 0.
+    /// Requests the default access if `access` is 0.
     explicit PrinterHandle(const QString &printerName, ACCESS_MASK access = 0)
     {
         PRINTER_DEFAULTSW defaults{nullptr, nullptr, access};
@@ -132,11 +132,11 @@ bool forEachEntry(const ReadingTexts &texts, Enumerate enumerate, Append append)
     DWORD returned = 0;
     const SpoolerBlock block =
         readBlock([&](LPBYTE bytes, DWORD size, LPDWORD needed) { return enumerate(bytes, size, needed, &returned); });
-    if (block.sizeFailed)
-        qCritical(texts.sizeFailed, ulong(block.error), ulong(block.needed));
-    else if (!block.bytes)
-        qCritical(texts.readFailed, ulong(block.error));
     if (!block.bytes) {
+        if (block.sizeFailed)
+            qCritical(texts.sizeFailed, ulong(block.error), ulong(block.needed));
+        else
+            qCritical(texts.readFailed, ulong(block.error));
         SetLastError(block.error);
         return false;
     }

@@ -2,7 +2,7 @@
 
 #include <QString>
 
-/// What makes a queue of the spooler one of ours, and how its port is named and numbered.
+/// Which queues of the spooler are cloud printers, and how their ports are named and numbered.
 namespace CloudPrinter {
 
 const auto driverName = QStringLiteral("Orvo OX-410T");
@@ -15,7 +15,7 @@ QString portName(int number);
 /// TCP port of the capture server for the spooler port with that number: 8100 + number.
 quint16 portNumber(int number);
 
-/// Whether a queue on this port is one of ours, whatever its driver; and whether portName() gives this name.
+/// Whether a queue on this port is a cloud printer, whatever its driver; whether portName() returns this name.
 bool isCloudPort(const QString &port);
 bool isPortName(const QString &port);
 

@@ -14,7 +14,7 @@ namespace {
 
 const auto dateFormat = QStringLiteral("yyyy-MM-dd");
 const auto suffix = QStringLiteral(".txt");
-constexpr int keyLength = 16; // digits of a cloud serial, which a file name begins with
+constexpr int keyLength = 16; // digits of the cloud serial at the start of a file name
 
 QMutex journalMutex;
 

@@ -41,7 +41,7 @@ bool withDatabase(Work work)
         qDebug() << "Error: Fail to open task.db." << database.lastError();
         return false;
     }
-    // A query must be gone before its connection closes.
+    // A query must be destroyed before its connection closes.
     const bool done = [&] {
         QSqlQuery query(database);
         return work(query);

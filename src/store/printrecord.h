@@ -26,8 +26,8 @@ struct JobRecord
     QString text(const QString &status) const;
 };
 
-/// A record as it is shown. The fields are separated by ";" and go by their position: after an empty label the others
-/// move up, and those that are missing are empty.
+/// A record as it is shown. The fields are separated by ";" and identified by position: after an empty label the others
+/// move up, and missing ones are empty.
 struct PrintRecord
 {
     QString document;

@@ -7,8 +7,8 @@
 
 #include <optional>
 
-/// What the spooler and the driver package beside the program say about our driver and its printers. Reads only. Any
-/// thread.
+/// The state of our driver and its printers, read from the spooler and from the driver package beside the program.
+/// Changes nothing. Any thread.
 namespace DriverCheck {
 
 enum class State { NotInstalled, UpToDate, PackageNewer, InstalledNewer, InstalledUnreadable, PackageUnreadable };
@@ -19,7 +19,7 @@ struct Versions
     QString installed;
     QString package;
 
-    /// What it means for the user.
+    /// The explanation for the user.
     QString meaning() const;
 
     /// Whether both versions could be read, or there is no driver.
@@ -33,11 +33,11 @@ struct CloudQueue
     QString serial;
     quint16 portNumber = 0; ///< local TCP port
 
-    /// Whether its driver is another one than the supported.
+    /// Whether it has a driver other than the supported one.
     bool isOutdated() const;
 };
 
-/// The package's INF file, as Qt opens it; the system's set-up takes it with backslashes only.
+/// The package's INF file, as Qt opens it; the set-up of Windows requires backslashes.
 QString infFile();
 QString infFileForSetup();
 
@@ -47,16 +47,16 @@ bool isSameName(const QString &one, const QString &other);
 /// Versions are dotted numbers of any length; a missing part counts as 0.
 Versions versions();
 
-/// Nothing when there is no such queue, or it is not bound to a cloud printer, or does not let itself be read: then
-/// `failed` is set, else cleared.
+/// Nothing when there is no such queue, or it is not bound to a cloud printer, or it cannot be read: then `failed` is
+/// set, else cleared.
 std::optional<CloudQueue> readQueue(const QString &name, bool *failed = nullptr);
 
-/// All local queues, and of these the ones that are bound to a cloud printer, in the spooler's order. Nothing when the
-/// spooler does not answer or does not let one of ours be read.
+/// All local queues, or those that are bound to a cloud printer, in the spooler's order. Nothing when the spooler does
+/// not answer or one of our queues cannot be read.
 std::optional<QList<Queue>> localQueues();
 std::optional<QList<CloudQueue>> cloudQueues();
 
-/// What that means for the user.
+/// The message for that.
 const auto unreadable = QStringLiteral("无法读取打印机列表");
 
 /// Nothing when the spooler does not answer.

@@ -19,15 +19,14 @@ public:
     using QThread::QThread;
 
 signals:
-    /// After each printer, or whatever else the work goes through: `done` of `total`, and what failed; an empty text
-    /// when nothing did.
+    /// After each printer, driver package or port: `done` of `total`, and what failed; an empty text when nothing did.
     void progress(int done, int total, const QString &item, const QString &failure);
 
     /// Emitted exactly once. The message is for the user.
     void result(MaintenanceThread::Outcome outcome, const QString &message);
 
 protected:
-    /// The work proper, with a running spooler. True on success; `message` is for the user.
+    /// The work itself, with a running spooler. True on success; `message` is for the user.
     virtual bool work(QString &message) = 0;
 
     void run() final;
@@ -36,10 +35,10 @@ protected:
     void report(int done, int total, const QString &item, const QString &failure);
     int failures() const { return m_failures; }
 
-    /// Gives the queue the serial and the local port of `printer` where it lacks them. What failed, or an empty text.
+    /// Gives the queue the serial and the local port of `printer` if its own differ. What failed, or an empty text.
     QString setValues(const QString &queue, const DriverCheck::CloudQueue &printer);
 
-    /// The same, then asks the spooler whether the queue has the supported driver and the printer's port.
+    /// The same, then checks in the spooler that the queue has the supported driver and the printer's port.
     QString bindQueue(const QString &queue, const DriverCheck::CloudQueue &printer);
 
     CPrinter m_printer;

@@ -61,7 +61,7 @@ QString RemoveProductThread::removePrinters()
     QStringList names;
     for (const DriverCheck::CloudQueue &printer : *printers)
         names.append(printer.queue.name);
-    for (const Queue &queue : *queues) { // a printer that was only half made has no more than the driver
+    for (const Queue &queue : *queues) { // a half-installed printer has the driver only
         if (queue.driver == CloudPrinter::driverName && !names.contains(queue.name))
             names.append(queue.name);
     }
@@ -77,7 +77,7 @@ QString RemoveProductThread::removeDrivers()
         paths.append(Note::pathOf(key));
     const QString left = removeEach(paths, QStringLiteral("驱动包“%1”没有删除"),
                                     [this](const QString &path) { return removePackage(path); });
-    // What stopped the series the first time may be removed now; else it is a queue of another of its models.
+    // A package removed meanwhile may have blocked the first attempt. Otherwise a queue of another model does.
     if (!left.isEmpty() || seriesRemoved || m_printer.RemoveSeriesDriver(DriverCheck::infFile()))
         return left;
     return QStringLiteral("同系列的打印机或驱动没有删除");

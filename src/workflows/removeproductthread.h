@@ -4,8 +4,8 @@
 
 #include <functional>
 
-/// Takes out of the system what the program has put there: the cloud printers, then drivers and packages, then the
-/// ports that no queue uses. The first failure ends it, and the message names what is left; the next run goes on there.
+/// Removes everything that the program has installed: the cloud printers, then drivers and packages, then the ports
+/// that no queue uses. It stops at the first failure, and the message names what is left; the next run continues there.
 class RemoveProductThread : public MaintenanceThread
 {
     Q_OBJECT
@@ -17,11 +17,12 @@ protected:
     bool work(QString &message) override;
 
 private:
-    /// The steps. Each gives what is left, or an empty text.
+    /// The steps. Each returns the message that names what is left, or an empty text.
     QString removePrinters();
     QString removeDrivers();
     QString removePorts();
-    /// Removes and reports each of the items; `left` has a place for the name of the first that stays.
+    /// Removes and reports each of the items; `left` is the message for the first that cannot be removed, "%1" its
+    /// name.
     QString removeEach(const QStringList &items, const QString &left,
                        const std::function<bool(const QString &)> &remove);
     bool removePackage(const QString &infPath);
