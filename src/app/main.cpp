@@ -43,8 +43,8 @@ int runMainWindow(QtSingleApplication &application)
     return QApplication::exec();
 }
 
-/// At a log-off Windows ends the process as soon as the windows have seen it, so the threads end before exec() returns.
-/// The windows stay open: the user may still cancel the log-off.
+/// At log-off Windows ends the process as soon as the windows have been notified, so the threads end before exec()
+/// returns. The windows stay open: the user may still cancel the log-off.
 void endThreadsBeforeQuit(QApplication &application)
 {
     QGuiApplication::setFallbackSessionManagementEnabled(false);

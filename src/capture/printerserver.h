@@ -26,8 +26,6 @@ public:
                            qint64 bodyLimit = CloudProtocol::largestBody);
     ~PrinterServer() override;
 
-    const DriverInfo &info() const { return m_info; }
-
     /// The printer has been removed: takes this server out of the list and stops listening. The object stays.
     void stopListening(QList<PrinterServer *> &servers, const DriverInfo &removed);
 

@@ -18,7 +18,7 @@ QNetworkReply *BoundedManager::createRequest(Operation operation, const QNetwork
     // Queued: Qt discards a size that is set before a request with a body has started.
     QMetaObject::invokeMethod(
         reply, [reply] { reply->setReadBufferSize(readBufferSize); }, Qt::QueuedConnection);
-    // A service that compresses all the same is not understood; its few bytes could stand for any number.
+    // A compressed answer is aborted at once: its few bytes could decompress to any size.
     connect(reply, &QNetworkReply::metaDataChanged, reply, [reply] {
         if (reply->hasRawHeader("Content-Encoding"))
             reply->abort();

@@ -23,6 +23,16 @@ int freeNumber(const QList<Queue> &queues)
     return number;
 }
 
+/// The complete record of a printer to add, with the port of that number.
+DriverInfo withPort(DriverInfo info, int number)
+{
+    info.portName = CloudPrinter::portName(number);
+    info.portNum = CloudPrinter::portNumber(number);
+    info.driverName = CloudPrinter::driverName;
+    info.ip = CloudPrinter::localAddress;
+    return info;
+}
+
 bool isKnown(CPrinter &spooler, const QList<Queue> &queues, const DriverInfo &info)
 {
     for (const Queue &queue : queues) {
@@ -66,25 +76,16 @@ QString AddPrinterThread::addPrinter()
     if (isKnown(m_printer, queues, m_info))
         return QStringLiteral("当前打印机已经存在!");
 
-    const int number = freeNumber(queues);
-    const QString portName = CloudPrinter::portName(number);
-    const quint16 portNumber = CloudPrinter::portNumber(number);
+    const DriverInfo added = withPort(m_info, freeNumber(queues));
     qDebug("%s", qUtf8Printable(QStringLiteral("68_AddPrinterThread add driver %1,need port is %2,port num is %3")
-                                    .arg(m_info.printerName, portName, QString::number(portNumber))));
-
-    DriverInfo added = m_info;
-    added.portNum = portNumber;
-    added.portName = portName;
-    added.driverName = CloudPrinter::driverName;
-    added.ip = CloudPrinter::localAddress;
-
-    QString failure = providePort(portName, portNumber);
+                                    .arg(added.printerName, added.portName, QString::number(added.portNum))));
+    QString failure = providePort(added);
     if (failure.isEmpty()) {
         emit placeTaken(added);
-        failure = installQueue(portName);
+        failure = installQueue(added);
     }
     if (failure.isEmpty())
-        failure = bindQueue(portNumber);
+        failure = bindQueue(added);
     if (!failure.isEmpty())
         return failure;
 
@@ -93,49 +94,49 @@ QString AddPrinterThread::addPrinter()
     return QString();
 }
 
-QString AddPrinterThread::providePort(const QString &portName, quint16 portNumber)
+QString AddPrinterThread::providePort(const DriverInfo &added)
 {
     QList<Port> ports;
     m_printer.EnumLocalPorts(ports);
     for (const Port &port : qAsConst(ports)) {
         // A leftover port is intentionally used as it is, wherever it points.
-        if (DriverCheck::isSameName(port.name, portName))
+        if (DriverCheck::isSameName(port.name, added.portName))
             return QString();
     }
-    if (m_printer.addStandardTcpPort(portName, CloudPrinter::localAddress, portNumber) == 0)
+    if (m_printer.addStandardTcpPort(added.portName, added.ip, added.portNum) == 0)
         return QString();
     qDebug("85_AddPrinterThread addStandardTcpPort failed");
     return QStringLiteral("添加打印机失败，无法添加端口");
 }
 
-QString AddPrinterThread::installQueue(const QString &portName)
+QString AddPrinterThread::installQueue(const DriverInfo &added)
 {
-    const bool driverInstalled = DriverCheck::isInstalled(CloudPrinter::driverName).value_or(false);
+    const bool driverInstalled = DriverCheck::isInstalled(added.driverName).value_or(false);
     if (driverInstalled)
         qDebug("104_AddPrinterThread driver already installed");
     const QString inf = DriverCheck::infFileForSetup();
     qDebug() << "104_AddPrinterThread inf is:" << inf;
-    if (!m_printer.addCloudPrinter(m_info.printerName, portName, CloudPrinter::driverName, inf, !driverInstalled)) {
+    if (!m_printer.addCloudPrinter(added.printerName, added.portName, added.driverName, inf, !driverInstalled)) {
         qDebug("118_AddPrinterThread addCloudPrinter failed");
         return QStringLiteral("安装驱动失败");
     }
     // The set-up does not report whether it succeeded; an installed driver has a version.
-    if (m_printer.GetDriverVersion(CloudPrinter::driverName).isEmpty()) {
+    if (m_printer.GetDriverVersion(added.driverName).isEmpty()) {
         qDebug("125_AddPrinterThread GetDriverVersion failed");
         return QStringLiteral("安装驱动失败");
     }
     return QString();
 }
 
-QString AddPrinterThread::bindQueue(quint16 portNumber)
+QString AddPrinterThread::bindQueue(const DriverInfo &added)
 {
-    const int result = m_printer.SetCloudPrinterId(m_info.printerName, m_info.cloudSn);
+    const int result = m_printer.SetCloudPrinterId(added.printerName, added.cloudSn);
     if (result != 0) {
         qDebug() << "134_AddPrinterThread setCloudPrinterId failed:" << result;
         return result == CPrinter::invalidPrinterName ? QStringLiteral("添加打印机失败, 打印机名无效")
                                                       : QStringLiteral("添加打印机失败, 无法设置云序列号");
     }
-    if (!m_printer.SetPrinterPortNum(m_info.printerName, portNumber)) {
+    if (!m_printer.SetPrinterPortNum(added.printerName, added.portNum)) {
         qDebug("146_AddPrinterThread setPrinterPortNum failed");
         return QStringLiteral("添加打印机失败, 无法设置端口号");
     }

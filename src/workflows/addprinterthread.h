@@ -31,9 +31,9 @@ protected:
 private:
     /// The steps. Each returns the message of its failure, or an empty text.
     QString addPrinter();
-    QString providePort(const QString &portName, quint16 portNumber);
-    QString installQueue(const QString &portName);
-    QString bindQueue(quint16 portNumber);
+    QString providePort(const DriverInfo &added);
+    QString installQueue(const DriverInfo &added);
+    QString bindQueue(const DriverInfo &added);
 
     DriverInfo m_info;
     CPrinter m_printer;
