@@ -3,6 +3,7 @@
 #include "store/cloudprinter.h"
 
 #include <QCoreApplication>
+#include <QRegularExpression>
 #include <QVersionNumber>
 
 #include <algorithm>
@@ -14,9 +15,11 @@ using DriverCheck::State;
 /// Nothing when the text is not a dotted number. Trailing zeros do not count.
 std::optional<QVersionNumber> parsed(const QString &version)
 {
-    int end = 0;
-    const QVersionNumber number = QVersionNumber::fromString(version, &end);
-    return number.isNull() || end != version.size() ? std::nullopt : std::optional(number.normalized());
+    // fromString() could give the end of the number, but Qt declares it as free of side effects, and GCC believes that.
+    static const QRegularExpression form(QRegularExpression::anchoredPattern(QStringLiteral("\\d+(\\.\\d+)*")));
+    const QVersionNumber number = QVersionNumber::fromString(version);
+    const bool whole = number.segmentCount() == version.count(QLatin1Char('.')) + 1;
+    return whole && form.match(version).hasMatch() ? std::optional(number.normalized()) : std::nullopt;
 }
 
 State stateOf(const QString &installedText, const QString &packageText)
