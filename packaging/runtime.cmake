@@ -1,6 +1,6 @@
 # The program and what it loads.
 
-ship(OrvoCloudManager.exe Quaylink.dll Driver/OrvoPtr.INF Translations/qt_zh_CN.qm)
+ship(OrvoCloudManager.exe OrvoDriverUpdate.exe Quaylink.dll Driver/OrvoPtr.INF Translations/qt_zh_CN.qm)
 
 foreach(module Core Gui Network Sql Widgets)
   get_target_property(library Qt5::${module} IMPORTED_LOCATION_RELEASE)

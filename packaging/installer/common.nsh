@@ -17,12 +17,14 @@
 !macroend
 !define RequireAdministrator "!insertmacro RequireAdministrator"
 
-; Ends the instances that run from the installation folder.
+; Ends the instances of both programs that run from the installation folder.
 !macro CloseProgram
   InitPluginsDir
   File "/oname=$PLUGINSDIR\closeprogram.exe" "${CLOSE_PROGRAM}"
   ExecWait '"$PLUGINSDIR\closeprogram.exe" "$INSTDIR\${PROGRAM}"' $0
+  ExecWait '"$PLUGINSDIR\closeprogram.exe" "$INSTDIR\${DRIVER_UPDATE}"' $1
   ${If} $0 != 0
+  ${OrIf} $1 != 0
     ${EndWith} ${EXIT_STILL_RUNNING} "$(TEXT_STILL_RUNNING)"
   ${EndIf}
 !macroend

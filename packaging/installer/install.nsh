@@ -22,6 +22,15 @@ Function Register
   WriteRegDWORD HKLM "${UNINSTALL_KEY}" "EstimatedSize" $0
 FunctionEnd
 
+; The driver in the spooler may be older than the package that came with the files, and also after an uninstallation that
+; left the printers. Without a newer package this does nothing.
+Function UpdateDriver
+  ExecWait '"$INSTDIR\${DRIVER_UPDATE}" /update' $0
+  ${If} $0 != 0
+    MessageBox MB_OK|MB_ICONEXCLAMATION "$(TEXT_DRIVER_NOT_UPDATED)" /SD IDOK
+  ${EndIf}
+FunctionEnd
+
 ; The working folder is the installation folder: the program opens its records by their bare name.
 Function StartProgram
   SetOutPath "$INSTDIR"
@@ -43,7 +52,9 @@ Section "$(TEXT_PROGRAM)" SECTION_PROGRAM
   ; A shortcut's working folder is the one set last.
   SetOutPath "$INSTDIR"
   CreateShortcut "${SHORTCUT}" "$INSTDIR\${PROGRAM}"
+  CreateShortcut "${DRIVER_UPDATE_SHORTCUT}" "$INSTDIR\${DRIVER_UPDATE}"
   Call Register
+  Call UpdateDriver
 SectionEnd
 
 Section "$(TEXT_LOGON)" SECTION_LOGON

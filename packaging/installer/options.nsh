@@ -2,12 +2,15 @@
 
 !define PRODUCT "Orvo Cloud Printer Manager"
 !define PROGRAM "OrvoCloudManager.exe"
+!define DRIVER_UPDATE "OrvoDriverUpdate.exe"
 !define SHORTCUT "$SMPROGRAMS\Orvo云驱动管家.lnk"
+!define DRIVER_UPDATE_SHORTCUT "$SMPROGRAMS\Orvo驱动更新.lnk"
 !define UNINSTALL_KEY "Software\Microsoft\Windows\CurrentVersion\Uninstall\OrvoCloudManager"
 
 !define EXIT_NOT_WRITTEN 2
 !define EXIT_STILL_RUNNING 3
 !define EXIT_NO_ADMINISTRATOR 4
+!define EXIT_PRINTERS_LEFT 5
 
 Name "$(TEXT_PRODUCT)"
 BrandingText "${PRODUCT} ${VERSION}"

@@ -7,7 +7,7 @@
 ;   /D        where to install; last, and without quotes
 ;
 ; Exit codes: 0 done; 1 cancelled by the user; 2 a file could not be written; 3 a running instance could not be ended;
-; 4 the user is not an administrator.
+; 4 the user is not an administrator; 5 (uninstaller) printers, drivers or ports are left.
 
 Target amd64-unicode
 

@@ -1,20 +1,38 @@
-; Uninstallation. uninstall.exe [/S] [/UPGRADE]; with the latter, for the installer, all but the program's files stays.
+; Uninstallation. uninstall.exe [/S] [/PRINTERS] [/UPGRADE]; with the last, for the installer, all but the program's files
+; stays. /PRINTERS takes out the cloud printers, their driver and ports as well; if that fails, nothing is uninstalled, so
+; that it can be done again.
 
 Function un.onInit
   SetShellVarContext all
   ${RequireAdministrator}
 FunctionEnd
 
+Function un.RemovePrinters
+  ${GetParameters} $0
+  ClearErrors
+  ${GetOptions} $0 "/PRINTERS" $1
+  ${If} ${Errors}
+    MessageBox MB_YESNO|MB_ICONQUESTION|MB_DEFBUTTON2 "$(TEXT_REMOVE_PRINTERS)" /SD IDNO IDNO keep
+  ${EndIf}
+  ExecWait '"$INSTDIR\${DRIVER_UPDATE}" /remove' $0
+  ${If} $0 != 0
+    ${EndWith} ${EXIT_PRINTERS_LEFT} "$(TEXT_PRINTERS_LEFT)"
+  ${EndIf}
+keep:
+FunctionEnd
+
 ; What the program wrote. Only what goes by its names: a folder with anything else in it stays.
 Function un.RemoveData
   Delete "$INSTDIR\task.db"
   Delete "$INSTDIR\logs\*.log"
+  Delete "$INSTDIR\logs\removal.ini"
   Delete "$INSTDIR\details\*.txt"
 FunctionEnd
 
 Function un.Unregister
   ${RemoveLogonStart}
   Delete "${SHORTCUT}"
+  Delete "${DRIVER_UPDATE_SHORTCUT}"
   DeleteRegKey HKLM "${UNINSTALL_KEY}"
   Delete "$INSTDIR\uninstall.exe"
   MessageBox MB_YESNO|MB_ICONQUESTION|MB_DEFBUTTON2 "$(TEXT_REMOVE_DATA)" /SD IDNO IDNO keep
@@ -29,11 +47,14 @@ FunctionEnd
 
 Section Uninstall
   ${CloseProgram}
-  !insertmacro UninstallShipped
   ${GetParameters} $0
   ClearErrors
   ${GetOptions} $0 "/UPGRADE" $1
   ${If} ${Errors}
+    Call un.RemovePrinters
+    !insertmacro UninstallShipped
     Call un.Unregister
+  ${Else}
+    !insertmacro UninstallShipped
   ${EndIf}
 SectionEnd

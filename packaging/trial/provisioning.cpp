@@ -13,7 +13,8 @@ bool setText(HKEY key, const wchar_t *name, const std::wstring &text)
                           static_cast<DWORD>((text.size() + 1) * sizeof(WCHAR))) == ERROR_SUCCESS;
 }
 
-/// What the platform notes about a driver that came from a package. AddPrinterDriver alone does not.
+/// What the platform notes about a driver that came from a package, an older one than the program's. AddPrinterDriver
+/// alone does not.
 bool describeDriver()
 {
     const auto path =
@@ -23,7 +24,7 @@ bool describeDriver()
     if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, WideText(path).data(), 0, KEY_SET_VALUE, &key) != ERROR_SUCCESS)
         return false;
     const bool described =
-        setText(key, L"DriverVersion", L"1.4.0.2") && setText(key, L"InfPath", L"C:\\windows\\inf\\oem0.inf");
+        setText(key, L"DriverVersion", L"1.3.0.7") && setText(key, L"InfPath", L"C:\\windows\\inf\\oem0.inf");
     RegCloseKey(key);
     return described;
 }

@@ -1,12 +1,15 @@
-// trialctl set-up QUEUE SERIAL PORT-NUMBER | print QUEUE FILE | show QUEUE | guarded PATH...
+// trialctl set-up QUEUE SERIAL PORT-NUMBER | print QUEUE FILE | show QUEUE | guarded PATH... | version | remove-driver | list
 //
 // `show` writes the queue's port, its driver, and the type, size and bytes of its printer data. `guarded` fails on a
-// path that ordinary users may change. Exit status 0, or 1 when a step failed or there is no such queue.
+// path that ordinary users may change. `version` writes that of the driver, `list` the names of all queues and of our
+// ports. `remove-driver` deletes the driver in the one way that Wine knows. Exit status 0, or 1 when a step failed or
+// there is no such queue.
 
 #include "packaging/trial/printing.h"
 #include "packaging/trial/provisioning.h"
 #include "packaging/trial/rights.h"
 #include "src/spooler/cprinter.h"
+#include "src/store/cloudprinter.h"
 
 #include <QCoreApplication>
 #include <QTextStream>
@@ -47,6 +50,20 @@ bool show(const QString &queue)
     return showValue(printer, QStringLiteral("CloudId")) && showValue(printer, QStringLiteral("CloudPort"));
 }
 
+void list()
+{
+    QList<Queue> queues;
+    QList<Port> ports;
+    CPrinter().EnumLocalPrinters(queues);
+    CPrinter().EnumLocalPorts(ports);
+    for (const Queue &queue : qAsConst(queues))
+        output() << queue.name << '\n';
+    for (const Port &port : qAsConst(ports)) {
+        if (CloudPrinter::isPortName(port.name))
+            output() << port.name << '\n';
+    }
+}
+
 bool run(const QStringList &arguments)
 {
     const QString command = arguments.value(1);
@@ -59,6 +76,13 @@ bool run(const QStringList &arguments)
         return show(arguments.at(2));
     if (command == QLatin1String("guarded"))
         return std::none_of(arguments.begin() + 2, arguments.end(), isOpenToUsers);
+    if (command == QLatin1String("remove-driver"))
+        return DeletePrinterDriverW(nullptr, WideText(EnvX64).data(), WideText(CloudPrinter::driverName).data());
+    if (command == QLatin1String("version") || command == QLatin1String("list")) {
+        command == QLatin1String("list") ? list()
+                                         : void(output() << CPrinter().GetDriverVersion(CloudPrinter::driverName));
+        return true;
+    }
     return false;
 }
 
