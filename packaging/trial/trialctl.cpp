@@ -1,4 +1,5 @@
-// trialctl set-up QUEUE SERIAL PORT-NUMBER | print QUEUE FILE | show QUEUE | guarded PATH... | version | remove-driver | list
+// trialctl set-up QUEUE SERIAL PORT-NUMBER | print QUEUE FILE | show QUEUE | guarded PATH... | version | remove-driver
+// | list
 //
 // `show` writes the queue's port, its driver, and the type, size and bytes of its printer data. `guarded` fails on a
 // path that ordinary users may change. `version` writes that of the driver, `list` the names of all queues and of our
