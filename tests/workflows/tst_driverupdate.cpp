@@ -264,6 +264,9 @@ private slots:
                  std::make_pair(int(MaintenanceThread::Failed), QString("1台打印机没有替换")));
         QCOMPARE(machineContent(), before);
         Win32Emulator::removeJob(job);
+        Win32Emulator::failCalls("PrintUIEntry", ERROR_ACCESS_DENIED); // the queue that shows that it works is missing
+        QCOMPARE(outcomeOf(ReplacePrintersThread()).first, int(MaintenanceThread::Failed));
+        QCOMPARE(machineContent(), before);
         QCOMPARE(outcomeOf(ReplacePrintersThread()),
                  std::make_pair(int(MaintenanceThread::Done), QString("已替换1台打印机")));
         QCOMPARE(queues(), QStringList({frontDesk, office, "queue other IP_10.0.0.5 Other - -"}));
