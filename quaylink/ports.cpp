@@ -64,7 +64,7 @@ int GetConfigStandardTcpPort(LPCWSTR port, LPWSTR host, DWORD *number)
     ConfigInfoData question = {};
     question.version = portDataVersion;
     PortData answer = {};
-    const DWORD error = XcvHandle::port(port).ask("GetConfigInfo", question, answer);
+    const DWORD error = XcvHandle::port(port).query("GetConfigInfo", question, answer);
     if (error != ERROR_SUCCESS)
         return static_cast<int>(error);
     // A damaged answer must not run past the caller's buffer.

@@ -30,7 +30,7 @@ public:
 
     /// The same for a command that answers with a structure.
     template <typename Input, typename Output>
-    DWORD ask(const char *command, Input &input, Output &output)
+    DWORD query(const char *command, Input &input, Output &output)
     {
         return transfer(command, reinterpret_cast<BYTE *>(&input), sizeof input, reinterpret_cast<BYTE *>(&output),
                         sizeof output);

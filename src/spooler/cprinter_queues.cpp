@@ -24,7 +24,7 @@ SpoolerBlock queryInfo(HANDLE printer)
 }
 
 /// Reads the PRINTER_INFO_2 of an open queue; no bytes, and a log line, on failure.
-SpoolerBlock readInfo(const PrinterHandle &printer, const ReadingTexts &texts)
+SpoolerBlock readInfo(const PrinterHandle &printer, const FailureTexts &texts)
 {
     SpoolerBlock block = queryInfo(printer.get());
     if (block.sizeFailed)
@@ -41,7 +41,7 @@ Queue toQueue(const PRINTER_INFO_2W &info)
 }
 
 /// Reads a value of any type. False, and a log line, when it is missing or cannot be read.
-bool readValue(const QString &name, const QString &value, const char *openPlace, const ReadingTexts &texts,
+bool readValue(const QString &name, const QString &value, const char *openPlace, const FailureTexts &texts,
                QByteArray &bytes)
 {
     const PrinterHandle printer(name, PRINTER_ACCESS_ADMINISTER, openPlace);

@@ -117,8 +117,8 @@ SpoolerBlock readBlock(Read read)
     return block;
 }
 
-/// The texts of the log lines of one reading; each names its place in the code.
-struct ReadingTexts
+/// The log lines for the failures of one reading; each names its place in the code.
+struct FailureTexts
 {
     const char *sizeFailed;
     const char *readFailed;
@@ -127,7 +127,7 @@ struct ReadingTexts
 /// Passes each entry of an enumeration to `append`. `enumerate` calls Windows with (block, size, &needed, &returned).
 /// False, and a log line, on failure and when there is no entry; the last error is 0 only in the latter case.
 template <typename Info, typename Enumerate, typename Append>
-bool forEachEntry(const ReadingTexts &texts, Enumerate enumerate, Append append)
+bool forEachEntry(const FailureTexts &texts, Enumerate enumerate, Append append)
 {
     DWORD returned = 0;
     const SpoolerBlock block =

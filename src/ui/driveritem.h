@@ -31,7 +31,7 @@ public:
 
     /// Call it for every printer that is added. If this card still has its port number or name, the card's own queue
     /// was renamed or deleted in Windows: the card looks it up by its port, or asks to be removed.
-    void makeWayFor(const DriverInfo &added);
+    void updateIfStale(const DriverInfo &added);
 
 signals:
     /// The record has been changed by the user.
@@ -87,7 +87,7 @@ private:
     void showRecord();
     bool changeSerial(const QString &serial);
     bool changeName(const QString &name);
-    void takeName(const QString &name);
+    void applyNewName(const QString &name);
 
     /// A copy: while a message is open the next job may arrive, or the card may be deleted.
     JobRecord currentJob() const;

@@ -112,11 +112,11 @@ bool DriverItem::changeName(const QString &name)
         showMessage(QStringLiteral("修改打印机名失败!"));
         return false;
     }
-    takeName(name);
+    applyNewName(name);
     return true;
 }
 
-void DriverItem::makeWayFor(const DriverInfo &added)
+void DriverItem::updateIfStale(const DriverInfo &added)
 {
     const bool portIsTaken = added.portNum == m_info.portNum;
     if (!portIsTaken && !DriverCheck::isSameName(added.printerName, m_info.printerName))
@@ -125,11 +125,11 @@ void DriverItem::makeWayFor(const DriverInfo &added)
     if (name.isEmpty())
         emit removeResult(true, QString(), m_info);
     else
-        takeName(name);
+        applyNewName(name);
 }
 
 /// The spooler has renamed the queue: store, server and screen follow.
-void DriverItem::takeName(const QString &name)
+void DriverItem::applyNewName(const QString &name)
 {
     PrinterStore::updatePrinter(m_info.printerName, QStringLiteral("printer_name"), singleQuoted(name));
     m_info.printerName = name;

@@ -129,7 +129,7 @@ void VelMainWindow::buildEmptyHint()
 }
 
 /// Call it after a card was added or removed.
-void VelMainWindow::showWhetherEmpty()
+void VelMainWindow::updateEmptyHint()
 {
     m_emptyHint->setVisible(!m_cardLayout->itemAt(0)->widget()); // only the stretch is left
 }
@@ -168,7 +168,7 @@ void VelMainWindow::serveExistingPrinters()
             serveExistingPrinter(queue);
     }
     m_cardLayout->addStretch(1);
-    showWhetherEmpty();
+    updateEmptyHint();
 
     // Loading opens the store; which printers are served is decided by the spooler alone.
     QList<DriverInfo> records;
@@ -212,14 +212,14 @@ void VelMainWindow::AddValidDriver(const DriverInfo &info, quint16 portNumber)
     served.portNum = portNumber;
     auto *card = new DriverItem(served, m_cardContainer);
     m_cardLayout->insertWidget(0, card);
-    tabFirstTo(card);
-    showWhetherEmpty();
+    putFirstInTabOrder(card);
+    updateEmptyHint();
     // Unlike those found at start-up this server belongs to its card and is destroyed with it.
     startServer(served, card, card);
 }
 
 /// The tab order follows the positions of the cards, not the order of their creation.
-void VelMainWindow::tabFirstTo(const DriverItem *card)
+void VelMainWindow::putFirstInTabOrder(const DriverItem *card)
 {
     QWidget *previous = m_ui->scrollArea;
     const auto parts = card->findChildren<QWidget *>();
@@ -278,17 +278,18 @@ void VelMainWindow::startAdding(const DriverInfo &info)
     auto *thread = new AddPrinterThread(info);
     connect(thread, &AddPrinterThread::addResult, this, &VelMainWindow::on_addPrinterResult);
     // The worker waits: the new queue must not print to the server of a printer that was deleted in Windows.
-    connect(thread, &AddPrinterThread::placeTaken, this, &VelMainWindow::makeWayFor, Qt::BlockingQueuedConnection);
+    connect(thread, &AddPrinterThread::aboutToCreateQueue, this, &VelMainWindow::updateStaleCards,
+            Qt::BlockingQueuedConnection);
     RunningThreads::start(thread);
     m_waitingDialog->move(geometry().center() - m_waitingDialog->rect().center());
     m_waitingDialog->start();
 }
 
-void VelMainWindow::makeWayFor(const DriverInfo &added)
+void VelMainWindow::updateStaleCards(const DriverInfo &added)
 {
     const auto cards = m_cardContainer->findChildren<DriverItem *>();
     for (DriverItem *card : cards)
-        card->makeWayFor(added);
+        card->updateIfStale(added);
 }
 
 void VelMainWindow::on_addPrinterResult(bool ok, const QString &message, const DriverInfo &info)
@@ -315,7 +316,7 @@ void VelMainWindow::onRemoveResult(bool ok, const QString &message, const Driver
     if (auto *card = qobject_cast<DriverItem *>(sender())) {
         m_cardLayout->removeWidget(card);
         card->deleteLater();
-        showWhetherEmpty();
+        updateEmptyHint();
     }
     PrinterStore::deletePrinter(info.printerName);
 }

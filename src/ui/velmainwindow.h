@@ -73,13 +73,13 @@ private:
     void serveExistingPrinter(const Queue &queue);
     /// Serves a printer that has just been added, as the first of the list.
     void AddValidDriver(const DriverInfo &info, quint16 portNumber);
-    void tabFirstTo(const DriverItem *card);
-    void showWhetherEmpty();
+    void putFirstInTabOrder(const DriverItem *card);
+    void updateEmptyHint();
     void startServer(const DriverInfo &info, DriverItem *card, QObject *serverParent);
     void startAdding(const DriverInfo &info);
     /// The port and the name of `added` are free in the spooler. A card that still has one of them follows its queue,
     /// which was renamed, or is removed.
-    void makeWayFor(const DriverInfo &added);
+    void updateStaleCards(const DriverInfo &added);
     void dragTo(const QMouseEvent *event);
 
     std::unique_ptr<Ui::VelMainWindow> m_ui;

@@ -81,7 +81,7 @@ QString AddPrinterThread::addPrinter()
                                     .arg(added.printerName, added.portName, QString::number(added.portNum))));
     QString failure = providePort(added);
     if (failure.isEmpty()) {
-        emit placeTaken(added);
+        emit aboutToCreateQueue(added);
         failure = installQueue(added);
     }
     if (failure.isEmpty())

@@ -17,9 +17,9 @@ public:
     ~AddPrinterThread() override;
 
 signals:
-    /// The queue is about to be made with this name, port and port number, which are free in the spooler. A printer
+    /// The queue is about to be created with this name, port and port number, which are free in the spooler. A printer
     /// that still listens on the port number must have stopped when the connected slots return.
-    void placeTaken(const DriverInfo &driverinfo);
+    void aboutToCreateQueue(const DriverInfo &driverinfo);
 
     /// Emitted exactly once. The message is for the user; the record is complete on success and as it was given on
     /// failure.
