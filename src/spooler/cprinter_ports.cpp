@@ -24,10 +24,9 @@ std::mutex bindingMutex;
 /// One export of the helper library, which is loaded with this object and unloaded with it: nothing is kept between
 /// calls. A missing library or export is logged and leaves the object false. Any thread.
 ///
-/// Qt shares one object per library file among all threads, and neither its handle nor its count of loads is safe
-/// against a load and an unload at the same time: hence the lock. The call itself needs none, and could not hold it as
-/// the deletion of a driver nests another call: each object has its own load counted, and only the unload of the last
-/// one unmaps the library.
+/// Qt shares one object per library file between all threads, and loading and unloading it at the same time is not
+/// safe: hence the lock. It is not held during the call, because the deletion of a driver makes another call; the
+/// library stays mapped until the last of these objects has unloaded it.
 class HelperExport
 {
 public:

@@ -17,7 +17,7 @@ struct JobRecord
 {
     QString cloudSn; ///< of the printer; the key of the journal
     QString label;
-    int size;     ///< bytes
+    int size = 0; ///< bytes
     QString time; ///< local, HH:mm:ss
 
     bool isTestPage() const;

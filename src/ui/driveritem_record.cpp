@@ -24,7 +24,7 @@ QString singleQuoted(const QString &text)
     return QLatin1Char('\'') + text + QLatin1Char('\'');
 }
 
-/// QLineEdit truncates to maxLength: edits are compared with what the field could show of `text`.
+/// What an unedited field shows of `text`: QLineEdit truncates to maxLength.
 QString shownIn(const QLineEdit *field, const QString &text)
 {
     return text.left(field->maxLength());

@@ -75,7 +75,7 @@ VelMainWindow::VelMainWindow(QWidget *parent)
     m_ui->setupUi(this);
     setWindowFlags(Qt::FramelessWindowHint);
     setFixedSize(size());
-    connectForm();
+    prepareForm();
     buildCardList();
     serveExistingPrinters();
     buildTray();
@@ -85,7 +85,7 @@ VelMainWindow::VelMainWindow(QWidget *parent)
 
 VelMainWindow::~VelMainWindow() = default;
 
-void VelMainWindow::connectForm()
+void VelMainWindow::prepareForm()
 {
     on_pushButton_manage_clicked();
     showPicture(m_ui->label_2, QStringLiteral(":/image/resource/logo.png"));

@@ -63,7 +63,7 @@ protected:
     void timerEvent(QTimerEvent *event) override;
 
 private:
-    void connectForm();
+    void prepareForm();
     void buildCardList();
     void buildEmptyHint();
     void buildTray();
