@@ -38,24 +38,18 @@ QString levelWord(QtMsgType type)
     return QString();
 }
 
-void appendLine(const QString &fileName, const QString &line)
-{
-    QFile file(fileName);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Append))
-        return;
-    appendAtomically(file, line + QStringLiteral("\r\n"));
-}
-
 } // namespace
 
 void messageOutput(QtMsgType type, const QMessageLogContext &, const QString &message)
 {
     QMutexLocker locker(&logMutex);
     const QString level = levelWord(type);
-    const QString fileName = logFileName(QDate::currentDate());
+    QFile file(logFileName(QDate::currentDate()));
     const QString time = QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd hh:mm:ss zzz"));
-    // The message comes last, so that a "%1" inside it stays as it is.
-    appendLine(fileName, QStringLiteral("[%1] %2 %3").arg(time).arg(level).arg(message));
+    // The message comes last, so that a "%1" inside it is not replaced.
+    const QString line = QStringLiteral("[%1] %2 %3").arg(time).arg(level).arg(message);
+    if (file.open(QIODevice::WriteOnly | QIODevice::Append))
+        appendAtomically(file, line + QStringLiteral("\r\n"));
 }
 
 QString logFileName(const QDate &date)

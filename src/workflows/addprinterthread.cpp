@@ -61,10 +61,8 @@ AddPrinterThread::~AddPrinterThread()
 void AddPrinterThread::run()
 {
     const QString failure = addPrinter();
-    if (failure.isEmpty())
-        emit addResult(true, QStringLiteral("添加打印机成功"), m_info);
-    else
-        emit addResult(false, failure, m_info);
+    const bool success = failure.isEmpty();
+    emit addResult(success, success ? QStringLiteral("添加打印机成功") : failure, m_info);
     // Run deferred deletes (the set-up process) now: at thread exit `this` may already be destroyed.
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
