@@ -2,8 +2,8 @@
 
 #include <QString>
 
-/// Registers the pictures under ":/image/resource/" and ":/printerid/resource/" and chooses the application's font.
-/// Call it once, after the application object and before the first widget.
+/// Registers the pictures under ":/image/resource/" and ":/printerid/resource/", chooses the font and the windows'
+/// icon. Call it once, after the application object and before the first widget.
 void prepareAppearance();
 
 /// Style sheet of a slim vertical scroll bar without buttons.

@@ -17,6 +17,9 @@ class MessageLabel : public QLabel
 public:
     using QLabel::QLabel;
 
+    /// On Windows Qt grows a window of a fixed size, too, to what its layout asks for.
+    bool hasHeightForWidth() const override { return false; }
+
 protected:
     void paintEvent(QPaintEvent *) override
     {
