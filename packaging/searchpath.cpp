@@ -8,6 +8,7 @@ namespace {
 
 /// Initialised before main().
 [[maybe_unused]] const bool withoutWorkingDirectory =
-    SetDllDirectoryW(L"") && SetEnvironmentVariableW(L"NoDefaultCurrentDirectoryInExePath", L"1");
+    SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_DEFAULT_DIRS) &&
+    SetEnvironmentVariableW(L"NoDefaultCurrentDirectoryInExePath", L"1");
 
 } // namespace
