@@ -8,8 +8,6 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include "emulator/win32/control.h"
-
 namespace {
 
 const QString model = "Orvo OX-410T";
@@ -38,14 +36,12 @@ QByteArray rubbish(int size)
 
 Q_DECLARE_METATYPE(Reader)
 
-/// What INF files and the driver keys of the registry say.
+/// What INF files declare.
 class InfTest : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void init() { Win32Emulator::reset(); }
-
     void rules_data()
     {
         QTest::addColumn<Reader>("reader");
@@ -139,40 +135,6 @@ private slots:
         const LogRecorder log;
         QCOMPARE(CPrinter().GetInfVersion(file.fileName()), QString());
         QCOMPARE(log.lines().last(), QString("1165_CPrinter \"The file is too large\""));
-    }
-
-    void registry()
-    {
-        CPrinter printer;
-        QCOMPARE(printer.GetDriverVersion(model), QString());
-        QVERIFY(printer.GetDriverInfPaths({}).isEmpty());
-
-        // The first environment that has a version gives it, in the order x64, x86, IA64.
-        Win32Emulator::addDriver({"Orvo OX-410T", "Windows IA64", "3", "ia64.inf"});
-        QCOMPARE(printer.GetDriverVersion(model), QString("3"));
-        Win32Emulator::addDriver({"Orvo OX-410T", "Windows NT x86", "2", "x86.inf"});
-        QCOMPARE(printer.GetDriverVersion(model), QString("2"));
-        const QMap<QString, QString> paths = {{EnvX64, ""}, {EnvX86, "x86.inf"}, {EnvIA64, "ia64.inf"}};
-        QCOMPARE(printer.GetDriverInfPaths(model), paths);
-        Win32Emulator::addDriver({"Orvo OX-410T", "Windows x64", "1", "x64.inf"});
-        QCOMPARE(printer.GetDriverVersion("ORVO OX-410T"), QString("1"));
-        QCOMPARE(Win32Emulator::openHandles(), 0);
-    }
-
-    void registryFaults()
-    {
-        CPrinter printer;
-        LogRecorder log;
-        QCOMPARE(printer.GetDriverInfPath(model, EnvX64), QString());
-        QCOMPARE(log.lines().last(), QString("631_CPrinter RegOpenKeyEx error code: 2"));
-
-        // The size passed has room for 129 characters and the terminator.
-        const std::string longest(129, 'v');
-        Win32Emulator::addDriver({"Orvo OX-410T", "Windows x64", longest, longest + 'v'});
-        QCOMPARE(printer.GetDriverVersion(model), QString(129, 'v'));
-        QCOMPARE(printer.GetDriverInfPath(model, EnvX64), QString());
-        QCOMPARE(log.lines().last(), QString("645_CPrinter RegQueryValueEx error code: 234"));
-        QCOMPARE(Win32Emulator::openHandles(), 0);
     }
 };
 
