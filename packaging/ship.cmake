@@ -2,12 +2,12 @@
 
 set_property(GLOBAL PROPERTY ORVO_SHIPPED "")
 
-# ship(PATHS ...): paths below bin/ that the build itself lays there.
+# ship(PATHS ...): paths below bin/ of files that the build puts there.
 function(ship)
   set_property(GLOBAL APPEND PROPERTY ORVO_SHIPPED ${ARGN})
 endfunction()
 
-# ship_into(FOLDER FILES ...): lays files into a folder of bin/ first; "." is bin/ itself.
+# ship_into(FOLDER FILES ...): copies files into a folder of bin/ first; "." is bin/ itself.
 function(ship_into folder)
   foreach(file IN LISTS ARGN)
     cmake_path(GET file FILENAME name)

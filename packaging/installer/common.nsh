@@ -1,6 +1,6 @@
-; What the installer and the uninstaller share. Macros, because functions of an uninstaller are named otherwise.
+; Shared by installer and uninstaller. Macros, because the names of an uninstaller's functions begin with "un.".
 
-; EndWith CODE TEXT: tells why, unless silent, and ends.
+; EndWith CODE TEXT: shows why, unless silent, and ends.
 !macro EndWith code text
   MessageBox MB_OK|MB_ICONSTOP "${text}" /SD IDOK
   SetErrorLevel ${code}

@@ -1,13 +1,13 @@
 ; Installation, also over an earlier version.
 
-; An earlier version takes its own files away, so that none is left over that this one no longer has.
+; An earlier version removes its own files, so that none remains that this version no longer has.
 Function RemoveEarlierFiles
   ${If} ${FileExists} "$INSTDIR\uninstall.exe"
     ExecWait '"$INSTDIR\uninstall.exe" /S /UPGRADE _?=$INSTDIR'
   ${EndIf}
 FunctionEnd
 
-; For the system's list of programs.
+; For the list of programs in Windows.
 Function Register
   WriteRegStr HKLM "${UNINSTALL_KEY}" "DisplayName" "${PRODUCT}"
   WriteRegStr HKLM "${UNINSTALL_KEY}" "DisplayVersion" "${VERSION}"

@@ -1,6 +1,6 @@
-; Uninstallation. uninstall.exe [/S] [/PRINTERS] [/UPGRADE]; with the last, for the installer, all but the program's files
-; stays. /PRINTERS takes out the cloud printers, their driver and ports as well; if that fails, nothing is uninstalled, so
-; that it can be done again.
+; Uninstallation: uninstall.exe [/S] [/PRINTERS] [/UPGRADE]. With /UPGRADE, which the installer uses, only the program's
+; files go. /PRINTERS removes the cloud printers, their driver and ports as well; if that fails, nothing is uninstalled, so
+; that it can be repeated.
 
 Function un.onInit
   SetShellVarContext all
@@ -21,7 +21,7 @@ Function un.RemovePrinters
 keep:
 FunctionEnd
 
-; What the program wrote. Only what goes by its names: a folder with anything else in it stays.
+; The files that the program wrote, by their names. A folder with any other file stays.
 Function un.RemoveData
   Delete "$INSTDIR\task.db"
   Delete "$INSTDIR\logs\*.log"
@@ -38,7 +38,7 @@ Function un.Unregister
   MessageBox MB_YESNO|MB_ICONQUESTION|MB_DEFBUTTON2 "$(TEXT_REMOVE_DATA)" /SD IDNO IDNO keep
   Call un.RemoveData
 keep:
-  ; A folder that still holds something stays.
+  ; RMDir leaves a folder that is not empty.
   RMDir "$INSTDIR\logs"
   RMDir "$INSTDIR\details"
   SetOutPath "$TEMP"

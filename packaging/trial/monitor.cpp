@@ -1,5 +1,5 @@
 // A stand-in for the Standard TCP/IP port monitor, which Wine does not have: a print monitor library that the spooler
-// loads by the name it was registered with. It sends each job over a connection of its own, as the platform's does.
+// loads by the name it was registered with. It sends each job over its own connection, as Windows does.
 
 #include "packaging/trial/portstore.h"
 #include "packaging/trial/rawconnection.h"
@@ -25,7 +25,7 @@ PrinterPort *portOf(HANDLE handle)
     return static_cast<PrinterPort *>(handle);
 }
 
-/// Writes texts one behind the other into the caller's block.
+/// Writes texts one after the other into the caller's block.
 LPWSTR place(LPWSTR &free, const std::wstring &text)
 {
     LPWSTR result = free;

@@ -16,7 +16,7 @@ namespace {
 
 using Arguments = std::unique_ptr<LPWSTR, decltype(&LocalFree)>;
 
-/// The argument behind an option; empty when it is not there.
+/// The argument after an option; empty without the option.
 std::wstring valueOf(LPWSTR *arguments, int count, const std::wstring &option)
 {
     for (int i = 0; i + 1 < count; ++i) {

@@ -13,8 +13,8 @@ bool setText(HKEY key, const wchar_t *name, const std::wstring &text)
                           static_cast<DWORD>((text.size() + 1) * sizeof(WCHAR))) == ERROR_SUCCESS;
 }
 
-/// What the platform notes about a driver that came from a package, an older one than the program's. AddPrinterDriver
-/// alone does not.
+/// What Windows notes about a driver that came from a package, an older one than the program's. AddPrinterDriver alone
+/// does not.
 bool describeDriver()
 {
     const auto path =

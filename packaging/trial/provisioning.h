@@ -2,10 +2,10 @@
 
 #include <QString>
 
-/// Lays into a fresh spooler what a machine with one cloud printer has.
+/// Sets up a fresh spooler like that of a machine with one cloud printer.
 namespace Provisioning {
 
-/// The stand-in port monitor, which lies in the system folder already.
+/// The stand-in port monitor; its library must be in the system folder.
 bool addMonitor();
 
 /// The printer driver's entry, without files.

@@ -1,13 +1,13 @@
-# The program's window, and a hand on it. Sourced after processes.sh.
+# Finds and operates the program's window. Sourced after processes.sh.
 # shellcheck shell=bash
 
-# Finds the main window, by its title, as `main_window`. Found once: while it is being raised it is not visible.
+# Finds the main window by its title and keeps it in `main_window`: while it is being raised it is not visible.
 find_main_window() {
     main_window=$(xdotool search --onlyvisible --name '^ORVO' 2>/dev/null | head -n 1)
     [[ -n $main_window ]]
 }
 
-# The places of the form, which has one size, and of the first card on it. Read off a screenshot of it.
+# Positions in the form, which has a fixed size, and in its first card, read off a screenshot.
 declare -A places=(
     [page-list]='95 285'
     [page-add]='95 355'
@@ -24,8 +24,8 @@ click() {
     click_window "$main_window" "$x" "$y"
 }
 
-# turn_to PAGE: by its button at the left, which is bright when it is selected. A click that comes while the window is
-# just being raised is lost, so it is repeated.
+# turn_to PAGE: by its button at the left, which is bright when selected. A click while the window is being raised is
+# lost, so it is repeated.
 turn_to() {
     wait_for 10 is_turned_to "$1" || fail "the window does not show $1"
 }
@@ -44,12 +44,12 @@ type_into() {
     xdotool key ctrl+a type "$2"
 }
 
-# click_window WINDOW X Y: there is no window manager that would hand it the keyboard.
+# click_window WINDOW X Y: sets the focus first, because there is no window manager.
 click_window() {
     xdotool windowfocus "$1" mousemove --window "$1" "$2" "$3" click 1
 }
 
-# The message dialog, told by its size.
+# The message dialog, recognised by its size.
 message_dialog() {
     local window
     for window in $(xdotool search --onlyvisible --name '' 2>/dev/null); do

@@ -4,7 +4,7 @@
 
 #include <string>
 
-/// The commands of XcvData that the helper library sends, answered with the checks that the platform documents.
+/// The commands of XcvData that the helper library sends, answered with the checks that Windows documents.
 namespace XcvCommands {
 
 /// One open door: to a port, or to the monitor itself when the name is empty.
