@@ -121,8 +121,10 @@ void PortSender::release()
     m_job.reset();
     m_file.close();
     m_closingTime.stop();
-    if (m_answer)
+    if (m_answer) {
+        m_answer->setEnabled(false);       // its descriptor is closed below
         m_answer.release()->deleteLater(); // it may be the caller
+    }
     if (m_closing >= 0)
         close(std::exchange(m_closing, -1));
     m_socket.abort();
