@@ -2,8 +2,8 @@
 // JSON value of the whole job. Usage: bench_body [MiB], 100 when left out. Exit status 1 when the bodies differ.
 
 #include "src/cloud/protocol.h"
-#include "bench/support/printjob.h"
-#include "bench/support/processfigures.h"
+#include "tests/support/printjob.h"
+#include "tests/support/processfigures.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -50,7 +50,7 @@ Figures measure(const Builder &build, const QByteArray &job)
         figures.body.clear();
         QByteArray own(job.constData(), job.size()); // as the program's, which nobody shares
         malloc_trim(0);
-        ProcessFigures::resetPeak();
+        ProcessFigures::resetPeak(self);
         const double before = ProcessFigures::memory(self, "VmRSS");
         QElapsedTimer timer;
         timer.start();

@@ -4,7 +4,7 @@
 
 #include "bench/support/cloudsink.h"
 #include "bench/support/jobload.h"
-#include "bench/support/samples.h"
+#include "tests/support/samples.h"
 
 #include <QRandomGenerator>
 
@@ -26,7 +26,7 @@ void pause()
 }
 
 /// Prints the delays of so many jobs; false when one did not arrive.
-bool measure(const char *circumstances, CloudSink &cloud, const StagePrinter &printer, int count)
+bool measure(const char *circumstances, CloudSink &cloud, const JobLoad::Target &printer, int count)
 {
     const QByteArray job = jobBytes(jobSize);
     Samples delays;
@@ -44,9 +44,9 @@ bool measure(const char *circumstances, CloudSink &cloud, const StagePrinter &pr
 }
 
 /// The same while the other printers are busy; false also when one of their jobs was not printed.
-bool measureBusy(CloudSink &cloud, const std::vector<StagePrinter> &all, int count)
+bool measureBusy(CloudSink &cloud, const std::vector<JobLoad::Target> &all, int count)
 {
-    const std::vector<StagePrinter> others(all.begin() + 1, all.end());
+    const std::vector<JobLoad::Target> others(all.begin() + 1, all.end());
     std::atomic<bool> stop(false);
     bool printed = false;
     std::thread load(
@@ -63,13 +63,13 @@ bool measureBusy(CloudSink &cloud, const std::vector<StagePrinter> &all, int cou
 int main(int argc, char *argv[])
 {
     const int count = argc > 1 ? std::atoi(argv[1]) : 300;
-    CloudSink cloud(Stage::cloudPort);
-    Stage stage(printers);
-    if (!cloud.isListening() || !stage.isReady() || !stage.startProgram())
-        return setUpFailed();
-    const StagePrinter &measured = stage.printers().front();
-    cloud.refuse(measured.serial.toLatin1());
-    const bool good = measure("twelve idle", cloud, measured, count) && measureBusy(cloud, stage.printers(), count);
+    CloudSink cloud(World::cloudPort());
+    World world;
+    if (!cloud.isListening() || !setUp(world, printers))
+        return 1;
+    const std::vector<JobLoad::Target> all = JobLoad::targetsOf(world);
+    cloud.refuse(all.front().serial.toLatin1());
+    const bool good = measure("twelve idle", cloud, all.front(), count) && measureBusy(cloud, all, count);
     if (!good)
         std::fputs("not every job arrived\n", stderr);
     return good ? 0 : 1;

@@ -1,8 +1,8 @@
 // What the real program with twelve printers costs while nobody prints: processor time, wake-ups and memory, the
 // questions for the devices' states included. Usage: bench_idle [SECONDS], 600 when left out.
 
-#include "bench/support/processfigures.h"
-#include "bench/support/stage.h"
+#include "tests/support/processfigures.h"
+#include "bench/support/jobload.h"
 
 #include <QThread>
 
@@ -19,11 +19,11 @@ constexpr unsigned long settleTime = 10; // s
 int main(int argc, char *argv[])
 {
     const int seconds = argc > 1 ? std::atoi(argv[1]) : 600;
-    Stage stage(printers);
-    if (!stage.isReady() || !stage.startCloud() || !stage.startProgram())
-        return setUpFailed();
+    World world;
+    if (!setUp(world, printers, {"--polls", "0"}))
+        return 1;
     QThread::sleep(settleTime);
-    const qint64 program = stage.programId();
+    const qint64 program = world.program()->processId();
     const double timeBefore = ProcessFigures::processorTime(program);
     const qint64 wakeUpsBefore = ProcessFigures::wakeUps(program);
     QThread::sleep(static_cast<unsigned long>(seconds));

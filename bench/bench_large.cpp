@@ -3,11 +3,15 @@
 // away; they take turns. Usage: bench_large [TURNS], 9 when left out.
 
 #include "bench/support/cloudsink.h"
-#include "bench/support/ports.h"
-#include "bench/support/processfigures.h"
-#include "bench/support/samples.h"
-#include "bench/support/stage.h"
+#include "bench/support/jobload.h"
+#include "src/app/instanceguard.h"
+#include "tests/support/ports.h"
+#include "tests/support/processfigures.h"
+#include "tests/support/samples.h"
 
+#include <QTest>
+
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <thread>
@@ -20,6 +24,8 @@ constexpr int jobSize = 100; // MiB
 constexpr int printers = 8;
 constexpr int sharedSize = 20; // MiB of each job where all printers print at once
 constexpr std::chrono::seconds settleTime(2);
+constexpr std::chrono::milliseconds askInterval(5);
+constexpr std::chrono::seconds answerLimit(5);
 constexpr quint16 floorPort = 8100;
 constexpr std::chrono::seconds arrivalLimit(60);
 
@@ -29,7 +35,7 @@ const QString pipeline = QStringLiteral("socat -u -b 65536 TCP-LISTEN:%1,bind=12
                                         " curl --silent --output /dev/null --header Expect: --data-binary @-"
                                         " http://127.0.0.1:%2/v1.1/transparentPrinting")
                              .arg(floorPort)
-                             .arg(Stage::cloudPort);
+                             .arg(World::cloudPort());
 
 /// Milliseconds from the job's first byte to its last at the cloud; 0 when it does not arrive.
 double timeOf(CloudSink &cloud, const QByteArray &serial, quint16 port, const QByteArray &job)
@@ -43,23 +49,58 @@ double floorTime(CloudSink &cloud, const QByteArray &job)
 {
     QProcess shell;
     shell.start("sh", {"-c", pipeline});
-    const double time = awaitListener(floorPort) ? timeOf(cloud, QByteArray(), floorPort, job) : 0;
+    const bool listens = QTest::qWaitFor([] { return isListening(floorPort); });
+    const double time = listens ? timeOf(cloud, QByteArray(), floorPort, job) : 0;
     shell.waitForFinished();
     return time;
 }
 
-/// MiB that the program has more than before when a large job on each printer has gone.
-double memoryLeft(Stage &stage, CloudSink &cloud)
+/// Peak memory of the program above idle for one job, in MiB.
+double peakMemory(const World &world, CloudSink &cloud, const QByteArray &job)
 {
-    const double before = ProcessFigures::privateDirtyMemory(stage.programId());
+    const qint64 program = world.program()->processId();
+    const double idle = ProcessFigures::memory(program, "VmRSS");
+    ProcessFigures::resetPeak(program);
+    timeOf(cloud, world.serial(0).toLatin1(), world.port(0), job);
+    return ProcessFigures::memory(program, "VmHWM") - idle;
+}
+
+/// Asks the program for a sign of life every few milliseconds, as a second start of it does, until `stop` is true: its
+/// interface thread answers. Adds how long each answer took.
+void measureAnswers(const World &world, const std::atomic<bool> &stop, Samples &answers)
+{
+    qputenv("TMPDIR", world.environment().value("TMPDIR").toLocal8Bit());
+    qputenv("WIN32_EMULATOR_HOME", world.path("win32").toLocal8Bit());
+    const InstanceGuard guard(world.path("OrvoCloudManager"));
+    while (!stop) {
+        const auto asked = SteadyClock::now();
+        if (guard.send("raise_window_noop", answerLimit) == InstanceGuard::Delivery::Acknowledged)
+            answers.add(milliseconds(asked, SteadyClock::now()));
+        std::this_thread::sleep_for(askInterval);
+    }
+}
+
+/// One large job on each printer at once: how the interface thread answers meanwhile, and the MiB that are left behind.
+void printOnEach(const World &world, CloudSink &cloud)
+{
+    const qint64 program = world.program()->processId();
+    const double before = ProcessFigures::privateDirtyMemory(program);
     const QByteArray job = jobBytes(sharedSize * mebibyte);
+    std::atomic<bool> stop(false);
+    Samples answers;
+    std::thread asker([&] { measureAnswers(world, stop, answers); });
     std::vector<std::thread> senders;
-    for (const StagePrinter &printer : stage.printers())
+    for (const World::Printer &printer : world.printers())
         senders.emplace_back([&] { timeOf(cloud, printer.serial.toLatin1(), printer.port, job); });
     for (std::thread &sender : senders)
         sender.join();
+    stop = true;
+    asker.join();
     std::this_thread::sleep_for(settleTime);
-    return ProcessFigures::privateDirtyMemory(stage.programId()) - before;
+    std::printf("%d jobs of %d MiB at once: the interface thread answers in %.1f ms (99th percentile), %.1f ms (worst)"
+                " of %zu; they leave %.1f MiB behind\n",
+                printers, sharedSize, answers.percentile(99), answers.worst(), answers.size(),
+                ProcessFigures::privateDirtyMemory(program) - before);
 }
 
 } // namespace
@@ -68,17 +109,17 @@ int main(int argc, char *argv[])
 {
     const int turns = argc > 1 ? std::atoi(argv[1]) : 9;
     const QByteArray job = jobBytes(jobSize * mebibyte);
-    CloudSink cloud(Stage::cloudPort);
-    Stage stage(printers);
-    if (!cloud.isListening() || !stage.isReady() || !stage.startProgram())
-        return setUpFailed();
-    const StagePrinter &printer = stage.printers().front();
-    for (const StagePrinter &each : stage.printers())
+    CloudSink cloud(World::cloudPort());
+    World world;
+    if (!cloud.isListening() || !setUp(world, printers))
+        return 1;
+    const World::Printer &printer = world.printers().front();
+    for (const World::Printer &each : world.printers())
         cloud.refuse(each.serial.toLatin1());
 
     Samples program;
     Samples floor;
-    const double timeBefore = ProcessFigures::processorTime(stage.programId());
+    const double timeBefore = ProcessFigures::processorTime(world.program()->processId());
     for (int turn = 0; turn < turns; ++turn) {
         program.add(timeOf(cloud, printer.serial.toLatin1(), printer.port, job));
         floor.add(floorTime(cloud, job));
@@ -92,7 +133,9 @@ int main(int argc, char *argv[])
                 jobSize, program.size(), program.median(), program.percentile(0), program.worst(), floor.median(),
                 floor.percentile(0), floor.worst(), program.median() / floor.median());
     std::printf("processor time of the program: %.0f ms a job\n",
-                (ProcessFigures::processorTime(stage.programId()) - timeBefore) * 1000 / turns);
-    std::printf("%d jobs of %d MiB at once leave %.1f MiB behind\n", printers, sharedSize, memoryLeft(stage, cloud));
+                (ProcessFigures::processorTime(world.program()->processId()) - timeBefore) * 1000 / turns);
+    const double peak = peakMemory(world, cloud, job);
+    std::printf("peak memory of the program for it: %.0f MiB above idle = %.2f times the job\n", peak, peak / jobSize);
+    printOnEach(world, cloud);
     return 0;
 }

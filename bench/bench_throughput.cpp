@@ -3,11 +3,12 @@
 // running all the time. Usage: bench_throughput [JOBS], 100 on each printer when left out.
 
 #include "bench/support/jobload.h"
-#include "bench/support/ports.h"
-#include "bench/support/printjob.h"
-#include "bench/support/processfigures.h"
+#include "tests/support/ports.h"
+#include "tests/support/printjob.h"
+#include "tests/support/processfigures.h"
 
 #include <QDir>
+#include <QTest>
 #include <QThread>
 
 #include <algorithm>
@@ -20,6 +21,7 @@ namespace {
 constexpr int printers = 12;
 constexpr int jobSize = 100 * 1024;
 constexpr int turns = 4;
+constexpr int portDistance = 1000; // from a port of the program to that of the relay
 constexpr std::chrono::milliseconds memoryInterval(200);
 
 /// One of the two.
@@ -27,7 +29,7 @@ struct Relay
 {
     const char *name;
     qint64 process;
-    std::vector<StagePrinter> printers;
+    std::vector<JobLoad::Target> printers;
     int jobs = 0;               ///< printed on all printers
     double seconds = 0;         ///< taken for them
     double peakMemory = 0;      ///< private, in MiB
@@ -84,22 +86,20 @@ void showBoth(const Relay &program, const Relay &node)
 }
 
 /// The relay of Node.js for as many printers, on ports of its own.
-Relay startNode(Stage &stage, QProcess &process)
+Relay startNode(const World &world, QProcess &process)
 {
-    const QString journals = stage.folder().path("node");
+    const QString journals = world.path("node");
     QDir().mkpath(journals);
-    Relay relay{"Node.js", 0, stage.printers()};
-    QStringList arguments{ORVO_BENCH_RELAY, QStringLiteral("http://127.0.0.1:%1").arg(Stage::cloudPort), journals};
-    const std::vector<quint16> ports = freePorts(printers);
-    for (std::size_t i = 0; i < ports.size(); ++i) {
-        StagePrinter &printer = relay.printers[i];
-        printer.port = ports[i];
+    Relay relay{"Node.js", 0, JobLoad::targetsOf(world)};
+    QStringList arguments{ORVO_BENCH_RELAY, QStringLiteral("http://127.0.0.1:%1").arg(World::cloudPort()), journals};
+    for (JobLoad::Target &printer : relay.printers) {
+        printer.port = quint16(printer.port + portDistance);
         printer.journal = journals + '/' + printer.serial + ".txt";
         arguments << QStringLiteral("%1=%2").arg(printer.port).arg(printer.serial);
     }
     process.setProcessChannelMode(QProcess::ForwardedChannels);
     process.start("node", arguments);
-    awaitListener(ports.back());
+    QTest::qWaitFor([&] { return isListening(relay.printers.back().port); });
     relay.process = process.processId();
     return relay;
 }
@@ -109,12 +109,12 @@ Relay startNode(Stage &stage, QProcess &process)
 int main(int argc, char *argv[])
 {
     const int jobs = argc > 1 ? std::atoi(argv[1]) : 100;
-    Stage stage(printers);
-    if (!stage.isReady() || !stage.startCloud({"--polls", "0"}) || !stage.startProgram())
-        return setUpFailed();
+    World world;
+    if (!setUp(world, printers, {"--polls", "0"}))
+        return 1;
     QProcess process;
-    Relay node = startNode(stage, process);
-    Relay program{"program", stage.programId(), stage.printers()};
+    Relay node = startNode(world, process);
+    Relay program{"program", world.program()->processId(), JobLoad::targetsOf(world)};
     bool good = true;
     for (int turn = 0; turn < turns && good; ++turn) {
         const int part = jobs * (turn + 1) / turns - jobs * turn / turns;

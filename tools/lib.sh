@@ -26,8 +26,9 @@ test_packages=(
 # shellcheck disable=SC2034
 run_packages=(
     fonts-noto-cjk        # the interface is Chinese
-    xvfb xdotool picom    # a display, a hand and a compositor where there is none
+    xvfb xdotool          # a display and a hand
     imagemagick           # the screenshot
+    iproute2              # a network of its own
 )
 # shellcheck disable=SC2034
 windows_packages=(
@@ -44,9 +45,8 @@ windows_trial_packages=(
 )
 # shellcheck disable=SC2034
 picture_packages=(
-    openbox trayer        # a window manager and a host for tray icons
-    xclip                 # Chinese cannot be typed by xdotool
-    optipng               # the user guide's pictures
+    fonts-noto-cjk        # the interface is Chinese
+    imagemagick optipng   # the user guide's pictures
 )
 # shellcheck disable=SC2034
 fuzz_packages=(

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "bench/support/printjob.h"
+#include "tests/support/printjob.h"
 
 #include <QByteArray>
 #include <QHash>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/support/programfolder.h"
+#include "tests/support/world.h"
 
 #include <QTest>
 
@@ -8,7 +8,7 @@ const QString program = "OrvoCloudManager";
 constexpr int handOverLimit = 6000; // ms
 
 /// Counts the lines that only a first instance goes on to write.
-inline int windows(const ProgramFolder &folder)
+inline int windows(const World &folder)
 {
     return folder.log().count("qt_zh_CN.qm");
 }
@@ -20,7 +20,7 @@ inline int exitCodeOf(QProcess *process)
     return ended && process->exitStatus() == QProcess::NormalExit ? process->exitCode() : -1;
 }
 
-inline QProcess *startFirst(ProgramFolder &folder)
+inline QProcess *startFirst(World &folder)
 {
     QProcess *first = folder.start(program);
     if (!QTest::qWaitFor([&] { return windows(folder) == 1; }))

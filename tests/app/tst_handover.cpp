@@ -13,7 +13,7 @@ class HandOverTest : public QObject
 private slots:
     void hangingInstance()
     {
-        ProgramFolder folder;
+        World folder;
         const QProcess *first = startFirst(folder);
         ::kill(pid_t(first->processId()), SIGSTOP);
         QElapsedTimer timer;
@@ -30,7 +30,7 @@ private slots:
     /// A path that is too long for a socket, for instance.
     void firstInstanceThatCannotListen()
     {
-        ProgramFolder folder;
+        World folder;
         const QString longName(110, 'x');
         QVERIFY(QDir(folder.path()).mkdir(longName));
         folder.setEnvironment("TMPDIR", folder.path(longName));

@@ -36,7 +36,7 @@ private slots:
 
     void laterStartsHandOver()
     {
-        ProgramFolder folder, copy;
+        World folder, copy;
         startFirst(folder);
         startFirst(copy);
         QCOMPARE(exitCodeOf(folder.start(program, {"one", "二"})), 0);
@@ -47,7 +47,7 @@ private slots:
     /// The state that a killed instance leaves behind is the hardest one to start from.
     void twentySimultaneousStarts()
     {
-        ProgramFolder folder;
+        World folder;
         QProcess *killed = startFirst(folder);
         killed->kill();
         QVERIFY(killed->waitForFinished());

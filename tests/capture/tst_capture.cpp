@@ -4,6 +4,7 @@
 #include "src/capture/relaylink.h"
 #include "emulator/cloud/cloudservice.h"
 #include "src/cloud/protocol.h"
+#include "tests/support/cloudaddress.h"
 #include "tests/support/logrecorder.h"
 
 #include <QElapsedTimer>
@@ -27,7 +28,6 @@ namespace {
 
 constexpr int printing = 0x10;
 const QString serial = QStringLiteral("0123456789ABCDEF");
-QString baseAddress;
 
 DriverInfo record(const QString &name, const QString &cloudSn = serial)
 {
@@ -89,12 +89,6 @@ private:
 
 } // namespace
 
-/// Takes the place of the built-in address.
-QString cloudBaseAddress()
-{
-    return baseAddress;
-}
-
 class CaptureTest : public QObject
 {
     Q_OBJECT
@@ -106,7 +100,7 @@ private slots:
         Win32Emulator::reset();
         m_cloud = std::make_unique<CloudService>();
         QVERIFY(m_cloud->listen());
-        baseAddress = m_cloud->baseAddress();
+        setCloudBaseAddress(m_cloud->baseAddress());
     }
     void cleanup()
     {
@@ -296,7 +290,7 @@ void CaptureTest::descriptorCannotBeAdopted()
 void CaptureTest::addressIsInvalid()
 {
     LogRecorder log;
-    baseAddress = "127.0.0.1:99999999";
+    setCloudBaseAddress("127.0.0.1:99999999");
     Capture capture;
     capture.print("x");
     QTRY_COMPARE(log.count("38_PrinterThread"), 1);

@@ -3,7 +3,7 @@
 #include "tests/fuzz/codepages.h"
 #include "tests/fuzz/support.h"
 
-#include "spooler/inffile.h"
+#include "src/spooler/inffile.h"
 
 #include <QBuffer>
 

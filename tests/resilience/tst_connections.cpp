@@ -1,7 +1,8 @@
 // What comes in on the ports of the real program besides print jobs: connections that stay, that are broken off, that
 // come by the thousand, and that bring more than there is memory for.
 
-#include "tests/support/installation.h"
+#include "tests/support/processfigures.h"
+#include "tests/support/world.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -67,35 +68,36 @@ private slots:
 private:
     Connection open(int printer, const QByteArray &bytes = {}) const;
     void expectOutcomes(const QVector<int> &busy);
-    int logged(const QString &text) { return m_installation->folder().log().count(text); }
-    int entries(const QString &folder) const;
+    int openDescriptors() const { return ProcessFigures::descriptors(m_program->processId()); }
+    int runningThreads() const { return ProcessFigures::threads(m_program->processId()); }
+    int logged(const QString &text) { return m_world->logged(text); }
     rlim_t addressSpace() const;
 
-    std::unique_ptr<Installation> m_installation;
+    std::unique_ptr<World> m_world;
     QProcess *m_program = nullptr;
     int m_round = 0;
 };
 
 void ConnectionsTest::init()
 {
-    m_installation = std::make_unique<Installation>();
-    QVERIFY(m_installation->addPrinters({"0", "1", "2", "3", "4", "5"}));
-    QVERIFY(m_installation->startCloud({"--polls", "0"}));
-    m_program = m_installation->startProgram();
-    // Each card has had its device's state, and with it what it opens for good.
-    QTRY_COMPARE_WITH_TIMEOUT(logged("QJsonObject("), printers, 10000);
+    m_world = std::make_unique<World>();
+    QVERIFY(m_world->addPrinters({"0", "1", "2", "3", "4", "5"}) && m_world->startSpooler());
+    QVERIFY(m_world->startCloud({"--polls", "0"}));
+    // Each card has its device's state, and with it what it opens for good.
+    m_program = m_world->startReadyProgram();
+    QVERIFY(m_program);
 }
 
 void ConnectionsTest::cleanup()
 {
     QCOMPARE(m_program->state(), QProcess::Running);
-    m_installation.reset();
+    m_world.reset();
 }
 
 Connection ConnectionsTest::open(int printer, const QByteArray &bytes) const
 {
     auto socket = std::make_unique<QTcpSocket>();
-    socket->connectToHost("127.0.0.1", m_installation->port(printer));
+    socket->connectToHost("127.0.0.1", m_world->port(printer));
     if (!socket->waitForConnected())
         QTest::qFail("nobody accepts", __FILE__, __LINE__);
     socket->write(bytes);
@@ -108,17 +110,9 @@ void ConnectionsTest::expectOutcomes(const QVector<int> &busy)
 {
     const int size = 1000 + ++m_round;
     for (const int printer : busy)
-        QVERIFY(m_installation->print(printer, "document", QByteArray(size, 'x')));
+        QVERIFY(m_world->print(printer, "document", QByteArray(size, 'x')));
     for (const int printer : busy)
-        QTRY_VERIFY_WITH_TIMEOUT(m_installation->hasRecord(printer, QString(";打印成功;%1;").arg(size)), outcomeTime);
-}
-
-/// In a folder of the program's process: "fd" has its descriptors, "task" its threads.
-int ConnectionsTest::entries(const QString &folder) const
-{
-    return QDir(QString("/proc/%1/%2").arg(m_program->processId()).arg(folder))
-        .entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot)
-        .size();
+        QTRY_VERIFY_WITH_TIMEOUT(m_world->hasRecord(printer, QString(";打印成功;%1;").arg(size)), outcomeTime);
 }
 
 /// What the program's process has mapped, in bytes.
@@ -137,7 +131,7 @@ void ConnectionsTest::comeFromThisMachineOnly()
     others << QHostAddress("127.0.0.2"); // the loopback device has it, too
     for (const QHostAddress &address : qAsConst(others)) {
         QTcpSocket socket;
-        socket.connectToHost(address, m_installation->port(0));
+        socket.connectToHost(address, m_world->port(0));
         QVERIFY2(!socket.waitForConnected(2000), qPrintable(address.toString()));
     }
     expectOutcomes({0});
@@ -154,8 +148,8 @@ void ConnectionsTest::stay()
 
     expectOutcomes({other});
     const int relays = logged("run finished");
-    const int descriptors = entries("fd");
-    const int threads = entries("task");
+    const int descriptors = openDescriptors();
+    const int threads = runningThreads();
 
     std::vector<Connection> idle;
     for (int i = 0; i < thousand; ++i)
@@ -163,10 +157,11 @@ void ConnectionsTest::stay()
     const Connection oneByte = open(held, "x");
     QElapsedTimer sinceLast;
     sinceLast.start();
-    QVERIFY(m_installation->print(held, "waits behind the byte", "later"));
+    QVERIFY(m_world->print(held, "waits behind the byte", "later"));
     expectOutcomes({other});
-    QVERIFY2(entries("fd") <= descriptors + ofTwoRelays, qPrintable(QString::number(entries("fd") - descriptors)));
-    QVERIFY2(entries("task") <= threads + ofTwoRelays, qPrintable(QString::number(entries("task") - threads)));
+    QVERIFY2(openDescriptors() <= descriptors + ofTwoRelays,
+             qPrintable(QString::number(openDescriptors() - descriptors)));
+    QVERIFY2(runningThreads() <= threads + ofTwoRelays, qPrintable(QString::number(runningThreads() - threads)));
 
     QTRY_COMPARE_WITH_TIMEOUT(logged("run finished"), relays + 3, relayTime + 5000);
     QVERIFY2(sinceLast.elapsed() > relayTime - 3000, qPrintable(QString::number(sinceLast.elapsed())));
@@ -178,14 +173,14 @@ void ConnectionsTest::stay()
     QTRY_COMPARE(oneByte->state(), QTcpSocket::UnconnectedState);
 
     // Nothing was submitted, so nobody frees these two printers until the next start. Intended.
-    QVERIFY(m_installation->print(flooded, "waits behind the flood", "later"));
+    QVERIFY(m_world->print(flooded, "waits behind the flood", "later"));
     expectOutcomes({other});
     QTest::qWait(3000);
-    QVERIFY(m_installation->records(flooded).isEmpty());
-    QVERIFY(m_installation->records(held).isEmpty());
-    QCOMPARE(m_installation->posts().size(), 3);
-    QTRY_VERIFY2(entries("fd") <= descriptors + 2, qPrintable(QString::number(entries("fd") - descriptors)));
-    QTRY_VERIFY2(entries("task") <= threads, qPrintable(QString::number(entries("task") - threads)));
+    QVERIFY(m_world->records(flooded).isEmpty());
+    QVERIFY(m_world->records(held).isEmpty());
+    QCOMPARE(m_world->posts().size(), 3);
+    QTRY_VERIFY2(openDescriptors() <= descriptors + 2, qPrintable(QString::number(openDescriptors() - descriptors)));
+    QTRY_VERIFY2(runningThreads() <= threads, qPrintable(QString::number(runningThreads() - threads)));
 }
 
 void ConnectionsTest::areRubbish()
@@ -211,10 +206,10 @@ void ConnectionsTest::areRubbish()
     for (int printer = 0; printer < printers; ++printer) {
         const Rubbish &rubbish = kinds[printer];
         // Whatever comes is a job: the first is relayed, and of those that come meanwhile the last.
-        const auto isServed = [&] { return m_installation->records(printer).size() >= qMin(rubbish.connections, 2); };
+        const auto isServed = [&] { return m_world->records(printer).size() >= qMin(rubbish.connections, 2); };
         QVERIFY2(QTest::qWaitFor(isServed, outcomeTime), rubbish.name);
         const QString outcome = QString(";打印成功;%1;").arg(rubbish.bytes.size());
-        QVERIFY2(rubbish.isReset || m_installation->hasRecord(printer, outcome), rubbish.name);
+        QVERIFY2(rubbish.isReset || m_world->hasRecord(printer, outcome), rubbish.name);
     }
     expectOutcomes({0, 1, 2, 3, 4, 5});
 }
@@ -246,7 +241,7 @@ void ConnectionsTest::bringMoreThanTheMemoryHolds()
         connection->disconnectFromHost();
     const QString refused = QString("打印失败:打印文件过大;%1;").arg(pieces * mebibyte);
     for (int printer = 0; printer < 3; ++printer)
-        QTRY_VERIFY_WITH_TIMEOUT(m_installation->hasRecord(printer, refused), outcomeTime);
+        QTRY_VERIFY_WITH_TIMEOUT(m_world->hasRecord(printer, refused), outcomeTime);
     expectOutcomes({0, 1, 2, 3, 4, 5});
 }
 

@@ -1,11 +1,10 @@
 // The real program under load for minutes: a dozen printers and a user, a spooler and a cloud service that misbehaves,
-// each a process of its own. Ends with a table, and with 1 if the books do not balance or something was left behind.
+// each a process of its own. Ends with a table, and with 1 if the ledger does not balance or something was left behind.
 
-#include "tests/soak/books.h"
-#include "tests/endtoend/user.h"
-#include "tests/soak/heartbeat.h"
-#include "tests/support/installation.h"
-#include "bench/support/processfigures.h"
+#include "tests/soak/ledger.h"
+#include "tests/soak/kills.h"
+#include "tests/support/processfigures.h"
+#include "tests/support/uidriver.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -31,17 +30,17 @@ constexpr int kibibyte = 1024;
 constexpr int tickInterval = 100;         // ms
 constexpr int settlingTime = 8000;        // ms until the program has asked for its devices and is idle
 constexpr int restTime = 60000;           // ms between the last job and the last look at the memory
-constexpr int patience = 60000;           // ms that a job may take to its outcome
-constexpr int crowdPatience = 25000;      // ms; some of a crowd have no outcome
+constexpr int outcomeTime = 60000;        // ms that a job may take to its outcome
+constexpr int crowdTime = 25000;          // ms; some of a crowd have no outcome
 constexpr int longConnection = 32000;     // ms; the relay gives up after 30 s
 constexpr double memoryGrowthAllowed = 5; // MiB
 constexpr int cloudPause = 90000;         // ms between two deaths of the cloud service, at most
 constexpr int outageTime = 6000;          // ms, at most
 constexpr int lookTime = 3000;            // ms that the user looks at the details
 
-const QString fates = QStringLiteral("printed=78,long-printing=2,offline=3,out-of-paper=2,bare-text=2,too-large=2,"
-                                     "server-error=2,slow=2,silent=1,cut=2,result-error=1,result-cut=1,"
-                                     "result-invalid=2");
+const QString faults = QStringLiteral("printed=78,long-printing=2,offline=3,out-of-paper=2,bare-text=2,too-large=2,"
+                                      "server-error=2,slow=2,silent=1,cut=2,result-error=1,result-cut=1,"
+                                      "result-invalid=2");
 
 /// For the printers that the user makes.
 QString extraSerial(int number)
@@ -61,14 +60,14 @@ struct Printer
     bool isPrintedTo = true;
 };
 
-/// What the program holds at one moment.
-struct Holdings
+/// What the program uses at one moment.
+struct Usage
 {
     double memory = 0; ///< MiB that it has written to
     int descriptors = 0;
     int threads = 0;
 
-    static Holdings of(qint64 pid)
+    static Usage of(qint64 pid)
     {
         return {ProcessFigures::privateDirtyMemory(pid), ProcessFigures::descriptors(pid),
                 ProcessFigures::threads(pid)};
@@ -88,7 +87,7 @@ public:
 private:
     // The stage.
     bool setUp();
-    QStringList withFates();
+    QStringList withFaults();
     void startCloud(const QStringList &options);
     void tick();
     bool wait(const std::function<bool()> &condition, int timeout);
@@ -110,7 +109,7 @@ private:
     Printer *addPrinter();
     void changePrinter(Printer &printer);
     void removePrinter(Printer &printer);
-    void complain(const QString &what) { m_faults << what; }
+    void complain(const QString &what) { m_errors << what; }
 
     // The end.
     void awaitQuiet();
@@ -120,10 +119,9 @@ private:
 
     const int m_minutes;
     QRandomGenerator m_random;
-    Installation m_installation;
-    Books m_books;
-    User m_user;
-    std::unique_ptr<Heartbeat> m_heartbeat;
+    World m_world;
+    Ledger m_ledger;
+    UiDriver m_user;
     QProcess *m_cloud = nullptr;
     QTimer m_tick;
     QElapsedTimer m_sinceCloudChange;
@@ -131,20 +129,20 @@ private:
     int m_cloudChangeAfter = cloudPause / 4; // ms; the first time soon, so that a short run has one, too
     std::vector<std::unique_ptr<Printer>> m_printers;
     QSet<qint64> m_sizes;
-    Holdings m_start;
-    Holdings m_end;
+    Usage m_start;
+    Usage m_end;
     double m_peakMemory = 0;
     int m_lives = 0;
     int m_outages = 0;
     bool m_isLoading = false;
-    QStringList m_faults;
+    QStringList m_errors;
 };
 
 Soak::Soak(int minutes, quint32 seed)
     : m_minutes(minutes)
     , m_random(seed)
-    , m_books(m_installation.folder().path(), m_installation.folder().path(QStringLiteral("cloud")))
-    , m_user(m_installation.folder())
+    , m_ledger(m_world.path(), m_world.path(QStringLiteral("cloud")))
+    , m_user(m_world)
 {
     connect(&m_tick, &QTimer::timeout, this, &Soak::tick);
 }
@@ -154,25 +152,25 @@ bool Soak::setUp()
     QStringList queues;
     for (int i = 0; i < printerCount; ++i)
         queues << QStringLiteral("打印机 %1").arg(i + 1);
-    if (!m_installation.addPrinters(queues))
+    if (!m_world.addPrinters(queues) || !m_world.startSpooler())
         return false;
     for (int i = 0; i < printerCount; ++i) {
         m_printers.push_back(std::make_unique<Printer>());
         m_printers.back()->queue = queues.at(i);
-        m_printers.back()->serial = m_installation.serial(i);
+        m_printers.back()->serial = m_world.serial(i);
     }
-    startCloud(withFates());
+    startCloud(withFaults());
     return m_user.startProgram();
 }
 
-QStringList Soak::withFates()
+QStringList Soak::withFaults()
 {
-    return {"--fates", fates, "--seed", QString::number(m_random.bounded(1000000))};
+    return {"--fates", faults, "--seed", QString::number(m_random.bounded(1000000))};
 }
 
 void Soak::startCloud(const QStringList &options)
 {
-    m_cloud = m_installation.startCloud(QStringList{"--polls", "0"} + options);
+    m_cloud = m_world.startCloud(QStringList{"--polls", "0"} + options);
     if (!m_cloud)
         complain(QStringLiteral("the cloud service did not start"));
     m_sinceCloudChange.start();
@@ -185,8 +183,8 @@ bool Soak::wait(const std::function<bool()> &condition, int timeout)
 
 void Soak::tick()
 {
-    m_books.update();
-    m_peakMemory = qMax(m_peakMemory, ProcessFigures::privateDirtyMemory(m_user.program()->processId()));
+    m_ledger.update();
+    m_peakMemory = qMax(m_peakMemory, ProcessFigures::privateDirtyMemory(m_world.program()->processId()));
     if (m_isLoading)
         tendCloud();
     for (const auto &printer : m_printers)
@@ -212,8 +210,8 @@ void Soak::tendCloud()
 
 void Soak::endOutage()
 {
-    startCloud(withFates());
-    m_books.enterCloudOutage(m_outageBegan, QDateTime::currentDateTime());
+    startCloud(withFaults());
+    m_ledger.addCloudOutage(m_outageBegan, QDateTime::currentDateTime());
     m_outageBegan = QDateTime();
     m_cloudChangeAfter = cloudPause / 3 + m_random.bounded(cloudPause * 2 / 3);
 }
@@ -221,11 +219,11 @@ void Soak::endOutage()
 void Soak::tendPrinter(Printer &printer)
 {
     const bool wasQuiet = isQuiet(printer);
-    const auto hasEnded = [&](qint64 size) { return m_books.hasEnded(size); };
+    const auto hasEnded = [&](qint64 size) { return m_ledger.hasEnded(size); };
     printer.running.erase(std::remove_if(printer.running.begin(), printer.running.end(), hasEnded),
                           printer.running.end());
-    // What has no outcome by now never will; the books say whether it should have.
-    if (printer.sincePrinted.isValid() && printer.sincePrinted.hasExpired(printer.inCrowd ? crowdPatience : patience))
+    // What has no outcome by now never will; the ledger says whether it should have.
+    if (printer.sincePrinted.isValid() && printer.sincePrinted.hasExpired(printer.inCrowd ? crowdTime : outcomeTime))
         printer.running.clear();
     if (!isQuiet(printer))
         return;
@@ -269,9 +267,9 @@ void Soak::print(Printer &printer, qint64 size, Circumstance circumstance)
     QByteArray bytes(int(size), '\0');
     m_random.fillRange(reinterpret_cast<quint32 *>(bytes.data()), size / qint64(sizeof(quint32)));
     const QString document = QStringLiteral("文档 %1").arg(size);
-    m_books.enter({size, QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex(), printer.serial, document,
-                   QDateTime::currentDateTime(), circumstance});
-    if (!m_installation.print(printer.queue, document, bytes))
+    m_ledger.add({size, QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex(), printer.serial, document,
+                  QDateTime::currentDateTime(), circumstance});
+    if (!m_world.print(printer.queue, document, bytes))
         complain(QStringLiteral("cannot print on ") + printer.queue);
     printer.running.append(size);
     printer.sincePrinted.start();
@@ -303,8 +301,7 @@ Printer *Soak::addPrinter()
     printer->queue = QStringLiteral("Extra %1").arg(m_lives);
     printer->serial = extraSerial(1000 + m_lives);
     const bool isAdded = m_user.addPrinter(printer->queue, printer->serial);
-    m_user.showPrinters();
-    if (!isAdded || !m_installation.queues().contains(printer->serial)) {
+    if (!isAdded || !m_world.queues().contains(printer->serial)) {
         complain(QStringLiteral("cannot add ") + printer->queue);
         return nullptr;
     }
@@ -319,12 +316,11 @@ void Soak::keepConnectionOpen()
     if (!printer)
         return;
     printer->isPrintedTo = false;
-    wait([&] { return isQuiet(*printer); }, patience);
+    wait([&] { return isQuiet(*printer); }, outcomeTime);
     QTcpSocket socket;
     socket.connectToHost(QHostAddress::LocalHost, portOfFirstExtra);
     socket.waitForConnected();
     socket.write("?");
-    m_books.enterLongConnection();
     QTest::qWait(longConnection);
     socket.abort();
     print(*printer, newSize(), Circumstance::BusyForGood);
@@ -339,31 +335,30 @@ void Soak::liveWithPrinter()
     if (!printer)
         return;
     QTest::qWait(m_random.bounded(lookTime));
-    if (!m_user.lookAtDetails(m_random.bounded(lookTime)))
+    if (!m_user.showDetails(m_random.bounded(lookTime)))
         complain(QStringLiteral("the details did not open and close"));
     changePrinter(*printer);
-    if (!m_user.lookAtDetails(m_random.bounded(lookTime)))
+    if (!m_user.showDetails(m_random.bounded(lookTime)))
         complain(QStringLiteral("the details did not open and close"));
     QTest::qWait(m_random.bounded(lookTime));
     printer->isPrintedTo = false;
     if (m_random.bounded(3) > 0)
-        wait([&] { return isQuiet(*printer); }, patience);
+        wait([&] { return isQuiet(*printer); }, outcomeTime);
     removePrinter(*printer);
 }
 
 void Soak::changePrinter(Printer &printer)
 {
     printer.isPrintedTo = false;
-    if (!wait([&] { return isQuiet(printer); }, patience + tickInterval))
+    if (!wait([&] { return isQuiet(printer); }, outcomeTime + tickInterval))
         complain(printer.queue + QStringLiteral(" did not come to rest"));
     const QString name = QStringLiteral("Changed %1").arg(m_lives);
     const QString serial = extraSerial(2000 + m_lives);
-    m_user.clickOnCard(QStringLiteral("modifyButton"));
-    m_user.typeOnCard(QStringLiteral("printerName"), name);
-    m_user.typeOnCard(QStringLiteral("cloudSerial"), serial);
-    m_user.clickOnCard(QStringLiteral("modifyButton"));
-    if (!wait([&] { return m_installation.queues().contains(name) && m_installation.queues().contains(serial); },
-              patience))
+    m_user.click(QStringLiteral("modifyButton"));
+    m_user.type(QStringLiteral("printerName"), name);
+    m_user.type(QStringLiteral("cloudSerial"), serial);
+    m_user.click(QStringLiteral("modifyButton"));
+    if (!wait([&] { return m_world.queues().contains(name) && m_world.queues().contains(serial); }, outcomeTime))
         complain(QStringLiteral("cannot change ") + printer.queue);
     printer.queue = name;
     printer.serial = serial;
@@ -373,11 +368,11 @@ void Soak::changePrinter(Printer &printer)
 void Soak::removePrinter(Printer &printer)
 {
     for (const qint64 size : qAsConst(printer.running))
-        if (!m_books.hasEnded(size))
-            m_books.setCircumstance(size, Circumstance::OnRemoved);
+        if (!m_ledger.hasEnded(size))
+            m_ledger.setCircumstance(size, Circumstance::OnRemoved);
     printer.isPrintedTo = false;
-    m_user.clickOnCard(QStringLiteral("deleteButton"));
-    if (!wait([&] { return !m_installation.queues().contains(printer.serial); }, patience))
+    m_user.click(QStringLiteral("deleteButton"));
+    if (!wait([&] { return !m_world.queues().contains(printer.serial); }, outcomeTime))
         complain(QStringLiteral("cannot remove ") + printer.queue);
     m_printers.erase(std::find_if(m_printers.begin(), m_printers.end(),
                                   [&](const auto &candidate) { return candidate.get() == &printer; }));
@@ -387,7 +382,7 @@ void Soak::awaitQuiet()
 {
     wait(
         [this] { return std::all_of(m_printers.begin(), m_printers.end(), [](const auto &p) { return isQuiet(*p); }); },
-        patience + tickInterval);
+        outcomeTime + tickInterval);
 }
 
 /// With a cloud that behaves: each printer must be free for it.
@@ -406,13 +401,13 @@ void Soak::printOnceMore()
     }
     awaitQuiet();
     for (const qint64 size : qAsConst(sizes))
-        if (!m_books.hasEnded(size))
+        if (!m_ledger.hasEnded(size))
             complain(QStringLiteral("a printer was left busy: the last job, of %1 bytes, has no outcome").arg(size));
 }
 
 void Soak::judgeLeftovers()
 {
-    if (m_user.program()->state() != QProcess::Running)
+    if (m_world.program()->state() != QProcess::Running)
         complain(QStringLiteral("the program has ended"));
     if (m_end.memory - m_start.memory > memoryGrowthAllowed)
         complain(QStringLiteral("the program has grown by %1 MiB").arg(m_end.memory - m_start.memory));
@@ -429,22 +424,20 @@ bool Soak::run()
     m_tick.start(tickInterval);
     useEverythingOnce();
     QTest::qWait(settlingTime);
-    m_start = Holdings::of(m_user.program()->processId());
-    m_heartbeat = std::make_unique<Heartbeat>(m_user.display(), m_user.window().toUInt());
+    m_start = Usage::of(m_world.program()->processId());
     m_isLoading = true;
     QTimer::singleShot(m_minutes * 60000, this, [this] { m_isLoading = false; });
     work();
     printOnceMore();
     QTest::qWait(restTime);
-    m_end = Holdings::of(m_user.program()->processId());
+    m_end = Usage::of(m_world.program()->processId());
     judgeLeftovers();
     return report();
 }
 
 bool Soak::report() const
 {
-    const Balance balance = m_books.balance();
-    const Heartbeat::Figures stalls = m_heartbeat->figures();
+    const Balance balance = m_ledger.balance();
     const auto row = [](const char *name, const QString &value) {
         std::printf("%-46s %s\n", name, value.toUtf8().constData());
     };
@@ -454,12 +447,7 @@ bool Soak::report() const
     };
     count("jobs printed", balance.jobs);
     row("bytes printed", QStringLiteral("%1 MiB").arg(double(balance.bytes) / kibibyte / kibibyte, 0, 'f', 0));
-    count("connections accepted", balance.log.connections);
-    count("connections relayed", balance.log.relays);
-    count("submissions posted", balance.log.posts);
     count("submissions received by the cloud", balance.submissions);
-    count("submissions timed out", balance.log.timeouts);
-    count("descriptors not adopted", balance.log.refusedDescriptors);
     count("journal records", balance.records);
     for (auto outcome = balance.outcomes.begin(); outcome != balance.outcomes.end(); ++outcome)
         row(qUtf8Printable(QStringLiteral("    ") + outcome.key()), QString::number(outcome.value()));
@@ -468,16 +456,14 @@ bool Soak::report() const
         row(qUtf8Printable(QStringLiteral("    ") + exception.key()), QString::number(exception.value()));
     count("cloud service killed and restarted", m_outages);
     count("printers added, changed and removed", m_lives);
-    row("longest stall of the interface thread",
-        QStringLiteral("%1 ms (99 %: %2 ms) of %3 beats").arg(stalls.worst).arg(stalls.percentile99).arg(stalls.beats));
     span("private memory, MiB", m_start.memory, m_end.memory);
     row("    at its peak", QStringLiteral("%1 MiB").arg(m_peakMemory));
     span("descriptors", m_start.descriptors, m_end.descriptors);
     span("threads", m_start.threads, m_end.threads);
-    const QStringList faults = m_faults + balance.faults;
-    for (const QString &fault : faults)
-        std::fprintf(stderr, "FAULT: %s\n", fault.toUtf8().constData());
-    return faults.isEmpty();
+    const QStringList errors = m_errors + balance.errors;
+    for (const QString &error : errors)
+        std::fprintf(stderr, "ERROR: %s\n", error.toUtf8().constData());
+    return errors.isEmpty();
 }
 
 int main(int argc, char *argv[])
@@ -486,17 +472,22 @@ int main(int argc, char *argv[])
     QCommandLineParser parser;
     parser.addPositionalArgument(QStringLiteral("MINUTES"), QStringLiteral("how long the load lasts (10)"));
     parser.addOption({QStringLiteral("seed"), QStringLiteral("of all that is random"), QStringLiteral("N")});
+    parser.addOption(
+        {QStringLiteral("kills"), QStringLiteral("kill the program so often instead"), QStringLiteral("N")});
     parser.addHelpOption();
     parser.process(application);
     const QString seedText = parser.value(QStringLiteral("seed"));
     const quint32 seed = seedText.isEmpty() ? QRandomGenerator::global()->generate() : seedText.toUInt();
+    const int kills = parser.value(QStringLiteral("kills")).toInt();
+    if (kills > 0)
+        return runKills(kills, seed) ? 0 : 1;
     const int minutes = parser.positionalArguments().value(0, QStringLiteral("10")).toInt();
     if (minutes <= 0)
         parser.showHelp(1);
     std::printf("%d minutes of load, seed %u\n", minutes, seed);
     std::fflush(stdout);
     const bool isGood = Soak(minutes, seed).run();
-    std::puts(isGood ? "The books balance" : "The books do not balance, or something was left behind");
+    std::puts(isGood ? "The ledger balances" : "The ledger does not balance, or something was left behind");
     return isGood ? 0 : 1;
 }
 

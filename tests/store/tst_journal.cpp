@@ -1,4 +1,5 @@
 #include "src/store/journal.h"
+#include "tests/support/filesizelimit.h"
 
 #include <QCoreApplication>
 #include <QDate>
@@ -62,6 +63,20 @@ private slots:
         QCOMPARE(Journal::readDetails(key), QString());
         Journal::clearOldDetails();
         QVERIFY(!folder().exists());
+    }
+
+    void leavesNoTornRecord()
+    {
+        const QString whole = "a;09:08:07;打印成功;12;09:08:09";
+        Journal::appendDetail(key, whole);
+        {
+            LIMIT_FILE_SIZE(Journal::detailSize(key) + 10);
+            Journal::appendDetail(key, "longer than what fits");
+            Journal::appendDetail(key, QString(100000, 'x')); // more than the file's buffer holds
+        }
+        QCOMPARE(Journal::readDetails(key), whole + "!+!");
+        Journal::appendDetail(key, whole);
+        QCOMPARE(Journal::readDetails(key), whole + "!+!" + whole + "!+!");
     }
 
     void clearsOldFiles()

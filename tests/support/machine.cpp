@@ -22,6 +22,17 @@ QString cloudPort(const std::string &printer)
 
 } // namespace
 
+void addCloudPrinter(const QString &queue, const QString &portName, quint16 port, const QString &serial)
+{
+    constexpr unsigned text = 1;  // REG_SZ
+    constexpr unsigned bytes = 3; // REG_BINARY
+    const std::string name = queue.toStdString();
+    addPort(portName.toStdString(), "127.0.0.1", port);
+    addPrinter(name, portName.toStdString());
+    setPrinterData(name, "CloudId", text, serial.toStdString() + '\0');
+    setPrinterData(name, "CloudPort", bytes, {char(port & 0xff), char(port >> 8)});
+}
+
 QStringList machineContent()
 {
     QStringList content;

@@ -6,6 +6,9 @@
 
 #include <string>
 
+/// Adds a queue of ours to the emulated spooler, with its port on 127.0.0.1 and its printer data.
+void addCloudPrinter(const QString &queue, const QString &portName, quint16 port, const QString &serial);
+
 /// All that the emulated spooler holds, one text for each port ("port NAME HOST:NUMBER"), driver ("driver NAME VERSION
 /// ENVIRONMENT"), package and queue ("queue NAME PORT DRIVER ID CLOUDPORT"; "-" for missing printer data).
 QStringList machineContent();

@@ -1,6 +1,6 @@
-// The card: device state, test page, messages, and its end while a job is on the road.
+// The card: device state, test page, messages, and its end while a job is on the fixture.
 
-#include "tests/ui/roadfixture.h"
+#include "tests/support/windowfixture.h"
 
 #include "src/base/runningthreads.h"
 #include "tests/support/timers.h"
@@ -19,9 +19,9 @@ using namespace std::chrono_literals;
 
 namespace {
 
-bool isTurning(const Road &road, const QString &button)
+bool isTurning(const WindowFixture &fixture, const QString &button)
 {
-    const QWidget *where = road.find<QPushButton>(button);
+    const QWidget *where = fixture.find<QPushButton>(button);
     if (button == "refreshButton") // its spinner stands beside it
         where = where->parentWidget();
     const auto *spinner = where->findChild<QCircleProcess *>(QString(), Qt::FindDirectChildrenOnly);
@@ -32,7 +32,7 @@ bool isTurning(const Road &road, const QString &button)
 
 Q_DECLARE_METATYPE(PeerAnswer)
 
-class CardTest : public RoadTestCase
+class CardTest : public WindowTestCase
 {
     Q_OBJECT
 
@@ -46,7 +46,7 @@ private slots:
     void printsTheTestPage();
     void testPageIsTooLarge();
     void nextJobArrivesWhileAMessageIsOpen();
-    void cardGoesWhileItsJobIsOnTheRoad();
+    void cardGoesWhileItsJobRuns();
     void cardGoesUnderItsOwnMessage();
     void programEndsWhileJobsRun();
 };
@@ -69,15 +69,15 @@ void CardTest::showsTheDeviceState()
     QFETCH(QByteArray, answer);
     QFETCH(QString, shown);
     RawHttpPeer peer(RawHttpPeer::Scripts{{device, {PeerAnswer::ok(answer)}}});
-    Road road(peer.baseAddress());
+    WindowFixture fixture(peer.baseAddress());
     QTRY_COMPARE(peer.requestCount(device), 1);
     QTRY_VERIFY(peer.requests().first().endsWith("\r\n\r\n{\n    \"dsNumber\": \"0123456789ABCDEF\"\n}\n"));
     QVERIFY(peer.requests().first().toLower().contains("content-type: application/json;charset=utf-8\r\n"));
-    QTRY_VERIFY(road.log.contains("QJsonObject(") || road.log.contains("devStateReceive receive err: "));
-    QCOMPARE(road.deviceState(), shown);
-    QVERIFY(road.log.contains("oninit and postReply= "));
-    road.find<QPushButton>("refreshButton")->click();
-    QVERIFY(road.log.contains("onDevStateClicked and postReply= "));
+    QTRY_VERIFY(fixture.log.contains("QJsonObject(") || fixture.log.contains("devStateReceive receive err: "));
+    QCOMPARE(fixture.deviceState(), shown);
+    QVERIFY(fixture.log.contains("oninit and postReply= "));
+    fixture.find<QPushButton>("refreshButton")->click();
+    QVERIFY(fixture.log.contains("onDevStateClicked and postReply= "));
     QTRY_COMPARE(peer.requestCount(device), 2);
 }
 
@@ -86,15 +86,15 @@ void CardTest::asksForTheDeviceStateAgain()
     RawHttpPeer peer(RawHttpPeer::Scripts{
         {device,
          {PeerAnswer::ok("{\"code\":7}"), PeerAnswer::ok("{\"code\":1001}"), online, PeerAnswer::http("500", "")}}});
-    Road road(peer.baseAddress());
-    QTRY_COMPARE(road.log.count("QJsonObject("), 1);
-    QVERIFY(fire(road.card(), 5s)); // another code leaves the first interval
-    QTRY_COMPARE(road.deviceState(), QString("离线"));
-    QVERIFY(fire(road.card(), 10s));
-    QTRY_COMPARE(road.deviceState(), QString("在线"));
-    QVERIFY(fire(road.card(), 5min));
-    QTRY_COMPARE(road.deviceState(), QString("--"));
-    QVERIFY(fire(road.card(), 5min)); // kept
+    WindowFixture fixture(peer.baseAddress());
+    QTRY_COMPARE(fixture.log.count("QJsonObject("), 1);
+    QVERIFY(fire(fixture.card(), 5s)); // another code leaves the first interval
+    QTRY_COMPARE(fixture.deviceState(), QString("离线"));
+    QVERIFY(fire(fixture.card(), 10s));
+    QTRY_COMPARE(fixture.deviceState(), QString("在线"));
+    QVERIFY(fire(fixture.card(), 5min));
+    QTRY_COMPARE(fixture.deviceState(), QString("--"));
+    QVERIFY(fire(fixture.card(), 5min)); // kept
     QTRY_COMPARE(peer.requestCount(device), 5);
 }
 
@@ -109,12 +109,12 @@ void CardTest::refreshSpinnerStops()
 {
     QFETCH(PeerAnswer, answer);
     RawHttpPeer peer(RawHttpPeer::Scripts{{device, {answer}}});
-    Road road(peer.baseAddress());
-    QTRY_VERIFY(!road.deviceState().isEmpty());
-    QVERIFY(!isTurning(road, "refreshButton"));
-    road.find<QPushButton>("refreshButton")->click();
-    QVERIFY(isTurning(road, "refreshButton"));
-    QTRY_VERIFY(!isTurning(road, "refreshButton"));
+    WindowFixture fixture(peer.baseAddress());
+    QTRY_VERIFY(!fixture.deviceState().isEmpty());
+    QVERIFY(!isTurning(fixture, "refreshButton"));
+    fixture.find<QPushButton>("refreshButton")->click();
+    QVERIFY(isTurning(fixture, "refreshButton"));
+    QTRY_VERIFY(!isTurning(fixture, "refreshButton"));
     QCOMPARE(peer.requestCount(device), 2);
 }
 
@@ -124,71 +124,71 @@ void CardTest::givesUpTheOldestDeviceRequest()
     QVector<PeerAnswer> answers(7, PeerAnswer::silence());
     answers.append(online);
     RawHttpPeer peer(RawHttpPeer::Scripts{{device, answers}});
-    Road road(peer.baseAddress());
-    auto *refresh = road.find<QPushButton>("refreshButton");
+    WindowFixture fixture(peer.baseAddress());
+    auto *refresh = fixture.find<QPushButton>("refreshButton");
     for (int asked = 1; asked < 7; ++asked) {
         QTRY_COMPARE(peer.requestCount(device), asked);
         refresh->click();
     }
     QTRY_COMPARE_WITH_TIMEOUT(peer.requestCount(device), 7, 3000); // before the card asks by itself
-    QCOMPARE(road.deviceState(), QString());
-    QVERIFY(isTurning(road, "refreshButton"));
+    QCOMPARE(fixture.deviceState(), QString());
+    QVERIFY(isTurning(fixture, "refreshButton"));
     refresh->click();
-    QTRY_COMPARE(road.deviceState(), QString("在线"));
-    QVERIFY(!isTurning(road, "refreshButton"));
+    QTRY_COMPARE(fixture.deviceState(), QString("在线"));
+    QVERIFY(!isTurning(fixture, "refreshButton"));
 }
 
 void CardTest::printsTheTestPage()
 {
-    Road road(m_good->baseAddress());
-    road.find<QPushButton>("testButton")->click();
-    QVERIFY(isTurning(road, "testButton"));
-    QTRY_VERIFY(road.log.contains("430_CPrinter \"前台\" PrintTestPage"));
-    road.print("测试页", "the page");
-    QCOMPARE(road.records(1), QStringList("测试页;09:02:03;打印成功;8"));
-    QCOMPARE(road.messages(), QStringList("打印成功"));
-    QVERIFY(!isTurning(road, "testButton"));
+    WindowFixture fixture(m_good->baseAddress());
+    fixture.find<QPushButton>("testButton")->click();
+    QVERIFY(isTurning(fixture, "testButton"));
+    QTRY_VERIFY(fixture.log.contains("430_CPrinter \"前台\" PrintTestPage"));
+    fixture.print("测试页", "the page");
+    QCOMPARE(fixture.records(1), QStringList("测试页;09:02:03;打印成功;8"));
+    QCOMPARE(fixture.messages(), QStringList("打印成功"));
+    QVERIFY(!isTurning(fixture, "testButton"));
 }
 
 /// The spinner goes on turning and no message comes, although it is a test page.
 void CardTest::testPageIsTooLarge()
 {
     RawHttpPeer peer({{submission, {PeerAnswer::http("413 Payload Too Large", "{}")}}, {device, {online}}});
-    Road road(peer.baseAddress());
-    road.find<QPushButton>("testButton")->click();
-    road.print("测试页");
-    QCOMPARE(road.records(1), QStringList("测试页;09:02:03;打印失败:打印文件过大;5"));
-    QTRY_VERIFY(road.log.contains("Network error 299"));
-    QVERIFY(isTurning(road, "testButton"));
-    QVERIFY(road.messages().isEmpty());
+    WindowFixture fixture(peer.baseAddress());
+    fixture.find<QPushButton>("testButton")->click();
+    fixture.print("测试页");
+    QCOMPARE(fixture.records(1), QStringList("测试页;09:02:03;打印失败:打印文件过大;5"));
+    QTRY_VERIFY(fixture.log.contains("Network error 299"));
+    QVERIFY(isTurning(fixture, "testButton"));
+    QVERIFY(fixture.messages().isEmpty());
 }
 
 /// The journal gets the job that the message was about.
 void CardTest::nextJobArrivesWhileAMessageIsOpen()
 {
-    Road road(m_good->baseAddress());
-    road.whileMessageIsOpen([&] {
-        road.print("second", "longer bytes");
-        QCOMPARE(road.records(1), QStringList("second;09:02:03;打印成功;12"));
+    WindowFixture fixture(m_good->baseAddress());
+    fixture.whileMessageIsOpen([&] {
+        fixture.print("second", "longer bytes");
+        QCOMPARE(fixture.records(1), QStringList("second;09:02:03;打印成功;12"));
     });
-    road.print("测试页");
-    QCOMPARE(road.records(2).value(1), QString("测试页;09:02:03;打印成功;5"));
-    QCOMPARE(road.messages().size(), 1);
-    QVERIFY(road.takesTheNextJob(m_good->baseAddress()));
+    fixture.print("测试页");
+    QCOMPARE(fixture.records(2).value(1), QString("测试页;09:02:03;打印成功;5"));
+    QCOMPARE(fixture.messages().size(), 1);
+    QVERIFY(fixture.takesTheNextJob(m_good->baseAddress()));
 }
 
-void CardTest::cardGoesWhileItsJobIsOnTheRoad()
+void CardTest::cardGoesWhileItsJobRuns()
 {
     CloudServiceOptions options;
     options.delayMs = 300;
     options.pollsBeforeFinal = 50;
     m_good->setOptions(options);
     for (const char *line : {"12_PrinterThread init", "45_Cloud request", "25_StateThread", "继续查询状态"}) {
-        Road road(m_good->baseAddress());
-        road.print("a");
-        QTRY_VERIFY(road.log.contains(line));
-        delete road.card();
-        QTRY_VERIFY(road.log.contains("printComplete"));
+        WindowFixture fixture(m_good->baseAddress());
+        fixture.print("a");
+        QTRY_VERIFY(fixture.log.contains(line));
+        delete fixture.card();
+        QTRY_VERIFY(fixture.log.contains("printComplete"));
         QTest::qWait(400);
     }
 }
@@ -198,11 +198,11 @@ void CardTest::cardGoesUnderItsOwnMessage()
     const QByteArray bareText = R"({"data":"任务不存在"})";
     for (const PeerAnswer &answer : {printed, PeerAnswer::ok(bareText), PeerAnswer::http("500 Error", "")}) {
         RawHttpPeer peer({{submission, {accepted}}, {result, {answer}}, {device, {online}}});
-        Road road(peer.baseAddress());
-        road.whileMessageIsOpen([&] { delete road.card(); });
-        road.print("测试页");
-        QCOMPARE(road.records(1).size(), 1);
-        QVERIFY(!road.card());
+        WindowFixture fixture(peer.baseAddress());
+        fixture.whileMessageIsOpen([&] { delete fixture.card(); });
+        fixture.print("测试页");
+        QCOMPARE(fixture.records(1).size(), 1);
+        QVERIFY(!fixture.card());
     }
 }
 
@@ -215,15 +215,15 @@ void CardTest::programEndsWhileJobsRun()
     QTcpSocket collecting;
     QElapsedTimer timer;
     {
-        Road road(peer.baseAddress(), 3);
-        road.print("submitting", "x", 1);
+        WindowFixture fixture(peer.baseAddress(), 3);
+        fixture.print("submitting", "x", 1);
         QTRY_COMPARE(peer.requestCount(submission), 1);
-        road.print("polling", "x", 0);
-        QTRY_VERIFY(road.log.contains("继续查询状态"));
-        collecting.connectToHost(QHostAddress::LocalHost, road.port(2));
+        fixture.print("polling", "x", 0);
+        QTRY_VERIFY(fixture.log.contains("继续查询状态"));
+        collecting.connectToHost(QHostAddress::LocalHost, fixture.port(2));
         collecting.write("x");
-        QTRY_COMPARE(road.log.count("12_PrinterThread init"), 3);
-        road.find<QPushButton>("testButton")->click();
+        QTRY_COMPARE(fixture.log.count("12_PrinterThread init"), 3);
+        fixture.find<QPushButton>("testButton")->click();
         timer.start();
     }
     QVERIFY(RunningThreads::endAll(std::chrono::seconds(5)));

@@ -1,6 +1,6 @@
 // The print details: the journal's records, the queue's jobs, the tool tips, and the dialog over the window.
 
-#include "tests/ui/roadfixture.h"
+#include "tests/support/windowfixture.h"
 
 #include "src/store/journal.h"
 #include "src/ui/driveritem.h"
@@ -24,7 +24,7 @@ DriverInfo printer()
 {
     DriverInfo info;
     info.printerName = QString::fromStdString(queue);
-    info.cloudSn = Road::serial();
+    info.cloudSn = WindowFixture::serial();
     return info;
 }
 
@@ -83,8 +83,8 @@ void DetailsTest::init()
 void DetailsTest::showsTheJournal()
 {
     QCOMPARE(rows(SettingsDlg(printer())), QStringList());
-    Journal::appendDetail(Road::serial(), "报告.docx;09:02:03;打印成功;12;09:02:09");
-    Journal::appendDetail(Road::serial(), ";打印失败:网络访问异常;5;10:00:00"); // of a job without a label
+    Journal::appendDetail(WindowFixture::serial(), "报告.docx;09:02:03;打印成功;12;09:02:09");
+    Journal::appendDetail(WindowFixture::serial(), ";打印失败:网络访问异常;5;10:00:00"); // of a job without a label
     Journal::appendDetail("FEDCBA9876543210", "another printer's;1;2;3;4");
     const SettingsDlg dialog(printer());
     QCOMPARE(rows(dialog),
@@ -105,7 +105,7 @@ void DetailsTest::takesOneRecordATick()
 {
     SettingsDlg dialog(printer());
     for (const char *record : {"a;1;2;3;4", "b;1;2;3;4", "c;1;2;3;4"})
-        Journal::appendDetail(Road::serial(), record);
+        Journal::appendDetail(WindowFixture::serial(), record);
     addJob("waits");
     for (int shown = 1; shown <= 3; ++shown) {
         dialog.on_Timeout();
@@ -122,13 +122,13 @@ void DetailsTest::showsTheNewestOfALongJournalFirst()
     QString records;
     for (int record = 0; record < count; ++record)
         records += QString("%1;1;2;3;4!+!").arg(record);
-    Journal::appendDetail(Road::serial(), records.chopped(3));
+    Journal::appendDetail(WindowFixture::serial(), records.chopped(3));
     SettingsDlg dialog(printer());
     const auto *table = dialog.findChild<QTableWidget *>();
     QCOMPARE(table->rowCount(), count);
     QVERIFY(table->item(0, 1) && table->item(count - 1, 1));
     QVERIFY2(!table->item(count / 2, 1), "the dialog opens before every row is filled");
-    Journal::appendDetail(Road::serial(), "new;1;2;3;4");
+    Journal::appendDetail(WindowFixture::serial(), "new;1;2;3;4");
     dialog.on_Timeout();
     QCOMPARE(table->item(count, 1)->text(), QString("new"));
     QTRY_VERIFY(table->item(20, 1));
@@ -139,14 +139,14 @@ void DetailsTest::showsTheNewestOfALongJournalFirst()
 /// Another program holds the file: a folder in its place cannot be read, either.
 void DetailsTest::waitsForAJournalThatIsHeld()
 {
-    const QString file = Journal::detailFileName(Road::serial());
+    const QString file = Journal::detailFileName(WindowFixture::serial());
     QVERIFY(QDir().mkpath(file));
     SettingsDlg dialog(printer());
     dialog.on_Timeout();
     QCOMPARE(rows(dialog), QStringList());
     QVERIFY(QDir().rmdir(file));
     for (const char *record : {"a;1;2;3;4", "b;1;2;3;4", "c;1;2;3;4"})
-        Journal::appendDetail(Road::serial(), record);
+        Journal::appendDetail(WindowFixture::serial(), record);
     dialog.on_Timeout(); // all at once: these are not new
     QCOMPARE(rows(dialog), QStringList({"1|a|2|3|1|4", "2|b|2|3|1|4", "3|c|2|3|1|4"}));
     dialog.on_Timeout();
@@ -156,7 +156,7 @@ void DetailsTest::waitsForAJournalThatIsHeld()
 /// By the dialog's own timer.
 void DetailsTest::showsTheQueueBelow()
 {
-    Journal::appendDetail(Road::serial(), "done;1;2;3;4");
+    Journal::appendDetail(WindowFixture::serial(), "done;1;2;3;4");
     const SettingsDlg dialog(printer());
     const unsigned first = addJob("first");
     addJob("second");
@@ -185,7 +185,7 @@ void DetailsTest::tellsTheWholeOfANarrowText()
 {
     QFETCH(QString, document);
     QFETCH(QString, toolTip);
-    Journal::appendDetail(Road::serial(), document + ";1;2;3;4");
+    Journal::appendDetail(WindowFixture::serial(), document + ";1;2;3;4");
     SettingsDlg dialog(printer());
     QToolTip::showText(QPoint(), "an older one");
     dialog.slotItemEnter(dialog.findChild<QTableWidget *>()->item(0, 1));
@@ -206,7 +206,7 @@ void DetailsTest::tipStaysWhileTheMouseRests()
 {
     const QString longName = "a document's name that is far too long for its column";
     for (const QString &name : {longName, longName, QString("short")})
-        Journal::appendDetail(Road::serial(), name + ";1;2;3;4");
+        Journal::appendDetail(WindowFixture::serial(), name + ";1;2;3;4");
     SettingsDlg dialog(printer());
     dialog.show();
     QVERIFY(QTest::qWaitForWindowActive(&dialog));
@@ -234,7 +234,7 @@ void DetailsTest::selectedRowsLookLikeTheHoveredCell()
     QFETCH(QString, style);
     QApplication::setStyle(style);
     for (int record = 0; record < 4; ++record)
-        Journal::appendDetail(Road::serial(), "a;1;2;3;4");
+        Journal::appendDetail(WindowFixture::serial(), "a;1;2;3;4");
     SettingsDlg dialog(printer());
     dialog.show();
     QVERIFY(QTest::qWaitForWindowActive(&dialog));
@@ -257,41 +257,41 @@ void DetailsTest::selectedRowsLookLikeTheHoveredCell()
 
 /// Runs the action while the dialog that the button opens is there.
 template <typename Action>
-void whileDetailsAreOpen(const Road &road, Action action)
+void whileDetailsAreOpen(const WindowFixture &fixture, Action action)
 {
     QTimer::singleShot(0, qApp, [action] {
         auto *dialog = qobject_cast<SettingsDlg *>(QApplication::activeModalWidget());
         QVERIFY(dialog);
         action(dialog);
     });
-    road.find<QPushButton>("detailButton")->click();
+    fixture.find<QPushButton>("detailButton")->click();
 }
 
 void DetailsTest::opensOverTheWindow()
 {
-    Road road("http://127.0.0.1:9");
-    road.window().move(30, 40);
+    WindowFixture fixture("http://127.0.0.1:9");
+    fixture.window().move(30, 40);
     bool closed = false;
-    whileDetailsAreOpen(road, [&](SettingsDlg *dialog) {
+    whileDetailsAreOpen(fixture, [&](SettingsDlg *dialog) {
         QCOMPARE(dialog->geometry(), QRect(30 + 120, 40 + 50, 710, 500));
         QTest::keyClick(dialog, Qt::Key_Escape);
         closed = !dialog->isVisible();
         dialog->close();
     });
     QVERIFY(closed);
-    whileDetailsAreOpen(road, [](SettingsDlg *dialog) { dialog->findChild<QPushButton *>("closeButton")->click(); });
+    whileDetailsAreOpen(fixture, [](SettingsDlg *dialog) { dialog->findChild<QPushButton *>("closeButton")->click(); });
     QVERIFY(!QApplication::activeModalWidget());
 }
 
 void DetailsTest::outlivesItsCard()
 {
-    Road road("http://127.0.0.1:9");
-    whileDetailsAreOpen(road, [&](SettingsDlg *dialog) {
-        delete road.card();
+    WindowFixture fixture("http://127.0.0.1:9");
+    whileDetailsAreOpen(fixture, [&](SettingsDlg *dialog) {
+        delete fixture.card();
         dialog->on_Timeout();
         dialog->close();
     });
-    QVERIFY(!road.card());
+    QVERIFY(!fixture.card());
 }
 
 QTEST_MAIN(DetailsTest)

@@ -1,8 +1,7 @@
 // What the window looks like and how it is used without a mouse.
 
-#include "tests/ui/roadfixture.h"
+#include "tests/support/windowfixture.h"
 
-#include "tests/support/freeport.h"
 #include "src/ui/appearance.h"
 #include "src/ui/actionbutton.h"
 #include "src/ui/driveritem.h"
@@ -65,17 +64,17 @@ private slots:
 
 void LooksTest::textsFitTheirPlaces()
 {
-    Road road(nowhere);
+    WindowFixture fixture(nowhere);
     QStringList cut;
     for (const char *page : {"pushButton_manage", "pushButton_add"}) {
-        road.find<QPushButton>(page)->click();
+        fixture.find<QPushButton>(page)->click();
         QCoreApplication::processEvents();
-        const auto labels = road.window().findChildren<QLabel *>();
+        const auto labels = fixture.window().findChildren<QLabel *>();
         for (const QLabel *label : labels)
             if (label->isVisible())
                 cut << cutText(label, label->contentsRect().width());
     }
-    const auto fields = road.window().findChildren<QLineEdit *>();
+    const auto fields = fixture.window().findChildren<QLineEdit *>();
     for (const QLineEdit *field : fields)
         QVERIFY(field->fontMetrics().horizontalAdvance(field->placeholderText()) < field->width());
     cut.removeAll(QString());
@@ -85,9 +84,9 @@ void LooksTest::textsFitTheirPlaces()
 /// The children of the card's panel, each in a place of its own and inside.
 void LooksTest::nothingOverlapsInACard()
 {
-    Road road(nowhere);
-    const QWidget *panel = road.card()->findChild<QLineEdit *>("printerName")->parentWidget();
-    QCOMPARE(road.card()->height(), 170);
+    WindowFixture fixture(nowhere);
+    const QWidget *panel = fixture.card()->findChild<QLineEdit *>("printerName")->parentWidget();
+    QCOMPARE(fixture.card()->height(), 170);
     const auto parts = panel->findChildren<QWidget *>(QString(), Qt::FindDirectChildrenOnly);
     for (const QWidget *part : parts) {
         QVERIFY2(panel->rect().contains(part->geometry()), qPrintable(part->objectName()));
@@ -99,10 +98,10 @@ void LooksTest::nothingOverlapsInACard()
 
 void LooksTest::cardHasItsCornersAndShadow()
 {
-    Road road(nowhere);
-    QImage picture(road.card()->size(), QImage::Format_ARGB32_Premultiplied);
+    WindowFixture fixture(nowhere);
+    QImage picture(fixture.card()->size(), QImage::Format_ARGB32_Premultiplied);
     picture.fill(Qt::transparent);
-    road.card()->render(&picture, QPoint(), QRegion(), QWidget::DrawChildren);
+    fixture.card()->render(&picture, QPoint(), QRegion(), QWidget::DrawChildren);
     const QRect white(5, 5, picture.width() - 18, picture.height() - 18);
     const auto alpha = [&](const QPoint &place) { return picture.pixelColor(place).alpha(); };
     QCOMPARE(alpha(white.topLeft() + QPoint(20, 20)), 0); // outside the round corner
@@ -117,10 +116,10 @@ void LooksTest::cardHasItsCornersAndShadow()
 
 void LooksTest::buttonsAreNamed()
 {
-    Road road(nowhere);
+    WindowFixture fixture(nowhere);
     ErrorDialog message("text");
     SettingsDlg details(DriverInfo{});
-    for (const QWidget *window : std::initializer_list<QWidget *>{&road.window(), &message, &details}) {
+    for (const QWidget *window : std::initializer_list<QWidget *>{&fixture.window(), &message, &details}) {
         const auto buttons = window->findChildren<QPushButton *>();
         for (const QPushButton *button : buttons)
             QVERIFY2(!button->text().isEmpty() || !button->accessibleName().isEmpty(),
@@ -130,58 +129,58 @@ void LooksTest::buttonsAreNamed()
 
 void LooksTest::tabLeadsThroughTheAddPage()
 {
-    Road road(nowhere);
-    QVERIFY(QTest::qWaitForWindowActive(&road.window()));
-    road.find<QPushButton>("pushButton_add")->click();
+    WindowFixture fixture(nowhere);
+    QVERIFY(QTest::qWaitForWindowActive(&fixture.window()));
+    fixture.find<QPushButton>("pushButton_add")->click();
     QCOMPARE(QApplication::focusWidget()->objectName(), QString("lineEdit_name"));
-    QCOMPARE(tabbedThrough(road.window(), 6), QStringList({"lineEdit_num", "pushButton_ok", "pushButton_2",
-                                                           "pushButton", "pushButton_manage", "pushButton_add"}));
+    QCOMPARE(tabbedThrough(fixture.window(), 6), QStringList({"lineEdit_num", "pushButton_ok", "pushButton_2",
+                                                              "pushButton", "pushButton_manage", "pushButton_add"}));
 }
 
 /// What cannot be edited is passed by.
 void LooksTest::tabLeadsThroughACard()
 {
-    Road road(nowhere, 2);
-    QVERIFY(QTest::qWaitForWindowActive(&road.window()));
+    WindowFixture fixture(nowhere, 2);
+    QVERIFY(QTest::qWaitForWindowActive(&fixture.window()));
     const QStringList buttons{"refreshButton", "detailButton", "testButton", "modifyButton", "deleteButton"};
-    road.find<QScrollArea>("scrollArea")->setFocus();
-    QCOMPARE(tabbedThrough(road.window(), 10), buttons + buttons);
+    fixture.find<QScrollArea>("scrollArea")->setFocus();
+    QCOMPARE(tabbedThrough(fixture.window(), 10), buttons + buttons);
 
-    road.find<QPushButton>("modifyButton")->click();
-    road.find<QScrollArea>("scrollArea")->setFocus();
-    QCOMPARE(tabbedThrough(road.window(), 7), QStringList({"printerName", "cloudSerial"}) + buttons);
+    fixture.find<QPushButton>("modifyButton")->click();
+    fixture.find<QScrollArea>("scrollArea")->setFocus();
+    QCOMPARE(tabbedThrough(fixture.window(), 7), QStringList({"printerName", "cloudSerial"}) + buttons);
 }
 
 void LooksTest::tabLeadsToANewCardFirst()
 {
-    Road road(nowhere);
+    WindowFixture fixture(nowhere);
     DriverInfo added;
     added.printerName = "新";
-    added.portNum = freePort();
+    added.portNum = 8109;
     Win32Emulator::addPort("OXCloud009", "127.0.0.1", added.portNum);
     Win32Emulator::addPrinter("新", "OXCloud009");
-    const QPointer<DriverItem> older = road.card();
-    road.window().on_addPrinterResult(true, "", added);
-    road.window().activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(&road.window()));
-    road.find<QScrollArea>("scrollArea")->setFocus();
-    QCOMPARE(tabbedThrough(road.window(), 5).last(), QString("deleteButton"));
+    const QPointer<DriverItem> older = fixture.card();
+    fixture.window().on_addPrinterResult(true, "", added);
+    fixture.window().activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&fixture.window()));
+    fixture.find<QScrollArea>("scrollArea")->setFocus();
+    QCOMPARE(tabbedThrough(fixture.window(), 5).last(), QString("deleteButton"));
     QVERIFY(!older->isAncestorOf(QApplication::focusWidget()));
-    QCOMPARE(tabbedThrough(road.window(), 1).last(), QString("refreshButton"));
+    QCOMPARE(tabbedThrough(fixture.window(), 1).last(), QString("refreshButton"));
     QVERIFY(older->isAncestorOf(QApplication::focusWidget()));
 }
 
 void LooksTest::enterConfirms()
 {
-    Road road(nowhere);
-    QVERIFY(QTest::qWaitForWindowActive(&road.window()));
-    road.find<QPushButton>("pushButton_add")->click();
+    WindowFixture fixture(nowhere);
+    QVERIFY(QTest::qWaitForWindowActive(&fixture.window()));
+    fixture.find<QPushButton>("pushButton_add")->click();
     for (const char *name : {"lineEdit_name", "lineEdit_num", "pushButton_ok"}) {
-        const int before = road.messages().size();
-        QTest::keyClick(road.find<QWidget>(name), Qt::Key_Return);
-        QTRY_COMPARE(road.messages().size(), before + 1);
+        const int before = fixture.messages().size();
+        QTest::keyClick(fixture.find<QWidget>(name), Qt::Key_Return);
+        QTRY_COMPARE(fixture.messages().size(), before + 1);
     }
-    QCOMPARE(road.messages().last(), QString("请输入云序号!"));
+    QCOMPARE(fixture.messages().last(), QString("请输入云序号!"));
 
     ErrorDialog message("text");
     QTimer::singleShot(0, &message, [&] { QTest::keyClick(&message, Qt::Key_Return); });
@@ -190,10 +189,10 @@ void LooksTest::enterConfirms()
 
 void LooksTest::changingAPrinterBeginsWithItsName()
 {
-    Road road(nowhere);
-    QVERIFY(QTest::qWaitForWindowActive(&road.window()));
-    auto *modify = road.find<QPushButton>("modifyButton");
-    auto *name = road.find<QLineEdit>("printerName");
+    WindowFixture fixture(nowhere);
+    QVERIFY(QTest::qWaitForWindowActive(&fixture.window()));
+    auto *modify = fixture.find<QPushButton>("modifyButton");
+    auto *name = fixture.find<QLineEdit>("printerName");
     QTest::keyClick(modify, Qt::Key_Return);
     QCOMPARE(modify->accessibleName(), QString("保存修改"));
     QCOMPARE(QApplication::focusWidget(), name);

@@ -1,6 +1,6 @@
 // The printers of the window: added on its add page, changed and removed on their cards.
 
-#include "tests/ui/roadfixture.h"
+#include "tests/support/windowfixture.h"
 
 #include "src/base/runningthreads.h"
 #include "src/spooler/cprinter.h"
@@ -34,20 +34,20 @@ const QString otherSerial = "FEDCBA9876543210";
 constexpr unsigned accessDenied = 5;
 constexpr unsigned invalidPrinterName = 1801;
 
-void fill(const Road &road, const QString &name, const QString &number)
+void fill(const WindowFixture &fixture, const QString &name, const QString &number)
 {
-    road.find<QLineEdit>("lineEdit_name")->setText(name);
-    road.find<QLineEdit>("lineEdit_num")->setText(number);
-    road.find<QPushButton>("pushButton_ok")->click();
+    fixture.find<QLineEdit>("lineEdit_name")->setText(name);
+    fixture.find<QLineEdit>("lineEdit_num")->setText(number);
+    fixture.find<QPushButton>("pushButton_ok")->click();
 }
 
-bool add(Road &road, const QString &name, const QString &number)
+bool add(WindowFixture &fixture, const QString &name, const QString &number)
 {
-    const int messages = road.messages().size();
-    fill(road, name, number);
-    return QTest::qWaitFor([&] { return road.messages().size() > messages; }, 20000) &&
-           road.messages().last() == "添加成功" &&
-           QTest::qWaitFor([&] { return road.log.contains("AddValidDriver driver name: Orvo OX-410T"); });
+    const int messages = fixture.messages().size();
+    fill(fixture, name, number);
+    return QTest::qWaitFor([&] { return fixture.messages().size() > messages; }, 20000) &&
+           fixture.messages().last() == "添加成功" &&
+           QTest::qWaitFor([&] { return fixture.log.contains("AddValidDriver driver name: Orvo OX-410T"); });
 }
 
 /// What the user does to change a card: into edit mode, type, save.
@@ -100,9 +100,9 @@ QString randomSteps(quint32 seed)
 }
 
 /// The oldest card of that name, null when there is none.
-DriverItem *cardOf(const Road &road, const QString &name)
+DriverItem *cardOf(const WindowFixture &fixture, const QString &name)
 {
-    const auto cards = road.window().findChildren<DriverItem *>();
+    const auto cards = fixture.window().findChildren<DriverItem *>();
     for (DriverItem *card : cards)
         if (card->findChild<QLineEdit *>("printerName")->text() == name)
             return card;
@@ -111,17 +111,17 @@ DriverItem *cardOf(const Road &road, const QString &name)
 
 /// One step of the user's, who is not kept from what fails: a0 adds the printer "queue 0", d0 deletes its card, o0
 /// deletes it outside the program, r01 renames it on its card to "queue 1", w01 does so outside.
-void step(Road &road, const QString &text)
+void step(WindowFixture &fixture, const QString &text)
 {
     static int serials = 0;
     const QString name = "queue " + text.mid(1, 1);
     const QString newName = "queue " + text.mid(2, 1);
-    const int messages = road.messages().size();
-    const int stopped = road.log.count("stop listening");
-    DriverItem *card = cardOf(road, name);
+    const int messages = fixture.messages().size();
+    const int stopped = fixture.log.count("stop listening");
+    DriverItem *card = cardOf(fixture, name);
     if (text.startsWith('a')) {
-        fill(road, name, QString::number(0x1000000000000000 + ++serials, 16).toUpper());
-        QVERIFY(QTest::qWaitFor([&] { return road.messages().size() > messages; }, 20000));
+        fill(fixture, name, QString::number(0x1000000000000000 + ++serials, 16).toUpper());
+        QVERIFY(QTest::qWaitFor([&] { return fixture.messages().size() > messages; }, 20000));
     } else if (text.startsWith('o') && queues().contains(name)) {
         Win32Emulator::removePrinter(name.toStdString());
     } else if (text.startsWith('w')) {
@@ -137,14 +137,14 @@ void step(Road &road, const QString &text)
         });
         user.start(20);
         card->findChild<QPushButton *>("deleteButton")->click();
-        QVERIFY(QTest::qWaitFor([&] { return refused || road.log.count("stop listening") > stopped; }));
+        QVERIFY(QTest::qWaitFor([&] { return refused || fixture.log.count("stop listening") > stopped; }));
     }
     QTest::qWait(20); // what was scheduled for deletion
 }
 
 } // namespace
 
-class PrintersTest : public RoadTestCase
+class PrintersTest : public WindowTestCase
 {
     Q_OBJECT
 
@@ -203,74 +203,74 @@ void PrintersTest::servesWhatTheSpoolerHolds()
 /// Add, print, change, print, remove, add again.
 void PrintersTest::livesThroughAPrintersLife()
 {
-    Road road(m_good->baseAddress());
-    QVERIFY(add(road, "新 it %1", serial.toLower()));
-    const auto cards = road.window().findChildren<DriverItem *>();
+    WindowFixture fixture(m_good->baseAddress());
+    QVERIFY(add(fixture, "新 it %1", serial.toLower()));
+    const auto cards = fixture.window().findChildren<DriverItem *>();
     QCOMPARE(cards.size(), 2);
     DriverItem *card = cards.last();
     QTRY_VERIFY(card->y() < cards.first()->y()); // a new printer stands first
     QCOMPARE(storeRows(), QStringList("新 it %1 " + serial));
 
     const quint16 port = 8102; // the fixture's printer holds OXCloud001
-    road.know("新 it %1", port);
-    road.print("first", "1", 1);
-    QCOMPARE(road.recordsOf(serial, 1), QStringList("first;09:02:03;打印成功;1"));
+    fixture.know("新 it %1", port);
+    fixture.print("first", "1", 1);
+    QCOMPARE(fixture.recordsOf(serial, 1), QStringList("first;09:02:03;打印成功;1"));
 
     modify(card, "改名", otherSerial.toLower());
     QVERIFY(!isInEditMode(card));
     QCOMPARE(card->findChild<QLineEdit *>("cloudSerial")->text(), otherSerial);
     QCOMPARE(storeRows(), QStringList("改名 " + otherSerial));
     QVERIFY(queues().contains("改名"));
-    road.know("改名", port);
-    road.print("second", "22", 2);
-    QCOMPARE(road.recordsOf(otherSerial, 1), QStringList("second;09:02:03;打印成功;2"));
+    fixture.know("改名", port);
+    fixture.print("second", "22", 2);
+    QCOMPARE(fixture.recordsOf(otherSerial, 1), QStringList("second;09:02:03;打印成功;2"));
     QCOMPARE(m_good->jobs().last().dsNumber, otherSerial);
 
     card->findChild<QPushButton *>("deleteButton")->click();
     card->findChild<QPushButton *>("deleteButton")->click(); // impatiently
-    QTRY_COMPARE(road.window().findChildren<DriverItem *>().size(), 1);
+    QTRY_COMPARE(fixture.window().findChildren<DriverItem *>().size(), 1);
     QCOMPARE(queues(), QStringList("前台"));
     QVERIFY(storeRows().isEmpty());
-    QVERIFY(road.log.contains("\"改名\" stop listening"));
+    QVERIFY(fixture.log.contains("\"改名\" stop listening"));
     QCOMPARE(Win32Emulator::ports().size(), size_t(2));
     QTcpSocket socket;
     socket.connectToHost(QHostAddress::LocalHost, port);
     QVERIFY2(!socket.waitForConnected(500), "nobody listens any more");
-    QVERIFY(add(road, "again", serial));
+    QVERIFY(add(fixture, "again", serial));
     QCOMPARE(Win32Emulator::ports().size(), size_t(2));
 }
 
 void PrintersTest::emptyListLeadsToAdding()
 {
-    Road road(m_good->baseAddress(), 0);
-    const auto *hint = road.find<QLabel>("emptyHint");
+    WindowFixture fixture(m_good->baseAddress(), 0);
+    const auto *hint = fixture.find<QLabel>("emptyHint");
     QVERIFY(hint->isVisible());
     const QRect link(hint->fontMetrics().horizontalAdvance("您还没有打印机，请点击“"), 0, 20, hint->height());
     QTest::mouseClick(const_cast<QLabel *>(hint), Qt::LeftButton, Qt::NoModifier, link.center());
-    QVERIFY(road.find<QLineEdit>("lineEdit_name")->isVisible());
-    QVERIFY(add(road, "a", serial));
-    road.find<QPushButton>("pushButton_manage")->click();
+    QVERIFY(fixture.find<QLineEdit>("lineEdit_name")->isVisible());
+    QVERIFY(add(fixture, "a", serial));
+    fixture.find<QPushButton>("pushButton_manage")->click();
     QVERIFY(!hint->isVisible());
-    road.find<QPushButton>("deleteButton")->click();
-    QTRY_VERIFY(!road.card());
+    fixture.find<QPushButton>("deleteButton")->click();
+    QTRY_VERIFY(!fixture.card());
     QVERIFY(hint->isVisible());
 }
 
 void PrintersTest::showsThatItIsAtWork()
 {
-    Road road(m_good->baseAddress(), 0);
+    WindowFixture fixture(m_good->baseAddress(), 0);
     Win32Emulator::beforeCall("SetPrinterDataW", [] { QThread::msleep(500); }); // on the worker thread
-    fill(road, "a", serial);
+    fill(fixture, "a", serial);
     const auto *dialog = qobject_cast<WaittingDlg *>(QApplication::activeModalWidget());
     QVERIFY(dialog);
     QCOMPARE(dialog->windowModality(), Qt::ApplicationModal);
-    QCOMPARE(dialog->geometry().center(), road.window().geometry().center());
+    QCOMPARE(dialog->geometry().center(), fixture.window().geometry().center());
     QTest::keyClick(const_cast<WaittingDlg *>(dialog), Qt::Key_Escape);
     QVERIFY(dialog->isVisible());
     const QMovie *movie = dialog->findChild<QLabel *>()->movie();
     const int frame = movie->currentFrameNumber();
     QTRY_VERIFY(movie->currentFrameNumber() != frame);
-    QTRY_VERIFY(!road.messages().isEmpty());
+    QTRY_VERIFY(!fixture.messages().isEmpty());
     QVERIFY(!dialog->isVisible());
 }
 
@@ -295,23 +295,23 @@ void PrintersTest::refusesWhatWasTyped()
     QFETCH(QString, name);
     QFETCH(QString, number);
     QFETCH(QString, message);
-    Road road(m_good->baseAddress(), 0);
+    WindowFixture fixture(m_good->baseAddress(), 0);
     Win32Emulator::clearCalls();
-    fill(road, name, number);
-    QCOMPARE(road.messages(), QStringList(message));
+    fill(fixture, name, number);
+    QCOMPARE(fixture.messages(), QStringList(message));
     QVERIFY(RunningThreads::endAll(std::chrono::seconds(1)));
     QVERIFY(Win32Emulator::calls().empty());
 }
 
 void PrintersTest::tellsWhyAddingFailed()
 {
-    Road road(m_good->baseAddress());
-    fill(road, "前台", serial);
-    QTRY_COMPARE(road.messages(), QStringList("当前打印机已经存在!"));
-    QCOMPARE(road.window().findChildren<DriverItem *>().size(), 1);
+    WindowFixture fixture(m_good->baseAddress());
+    fill(fixture, "前台", serial);
+    QTRY_COMPARE(fixture.messages(), QStringList("当前打印机已经存在!"));
+    QCOMPARE(fixture.window().findChildren<DriverItem *>().size(), 1);
     QVERIFY(storeRows().isEmpty());
     // What was typed is still there, to be corrected.
-    QCOMPARE(road.find<QLineEdit>("lineEdit_num")->text(), serial);
+    QCOMPARE(fixture.find<QLineEdit>("lineEdit_num")->text(), serial);
 }
 
 void PrintersTest::refusesAChange_data()
@@ -321,7 +321,7 @@ void PrintersTest::refusesAChange_data()
     QTest::addColumn<QString>("function");
     QTest::addColumn<unsigned>("error");
     QTest::addColumn<QString>("message");
-    const QString same = Road::serial();
+    const QString same = WindowFixture::serial();
     QTest::newRow("empty serial") << "前台"
                                   << ""
                                   << "" << 0u << "请输入云序号!";
@@ -342,12 +342,12 @@ void PrintersTest::refusesAChange()
     QFETCH(QString, function);
     QFETCH(unsigned, error);
     QFETCH(QString, message);
-    Road road(m_good->baseAddress());
+    WindowFixture fixture(m_good->baseAddress());
     if (!function.isEmpty())
         Win32Emulator::failCalls(function.toStdString(), error);
-    modify(road.card(), name, number);
-    QCOMPARE(road.messages(), QStringList(message));
-    QVERIFY2(isInEditMode(road.card()), "for the user to correct it");
+    modify(fixture.card(), name, number);
+    QCOMPARE(fixture.messages(), QStringList(message));
+    QVERIFY2(isInEditMode(fixture.card()), "for the user to correct it");
     QCOMPARE(queues(), QStringList("前台"));
 }
 
@@ -367,17 +367,17 @@ void PrintersTest::leavesAloneWhatWasNotChanged()
 {
     QFETCH(QString, queue);
     QFETCH(QString, typed);
-    Road road(m_good->baseAddress(), 1, queue);
+    WindowFixture fixture(m_good->baseAddress(), 1, queue);
     Win32Emulator::clearCalls();
-    modify(road.card(), typed, Road::serial());
+    modify(fixture.card(), typed, WindowFixture::serial());
     QVERIFY(Win32Emulator::calls().empty());
-    QVERIFY(!isInEditMode(road.card()));
-    QCOMPARE(road.card()->findChild<QLineEdit *>("printerName")->text(), queue.left(10));
+    QVERIFY(!isInEditMode(fixture.card()));
+    QCOMPARE(fixture.card()->findChild<QLineEdit *>("printerName")->text(), queue.left(10));
 }
 
 void PrintersTest::keepsTheCardWhenRemovingFails()
 {
-    Road road(m_good->baseAddress());
+    WindowFixture fixture(m_good->baseAddress());
     Win32Emulator::failCalls("DeletePrinter", accessDenied);
     QString text;
     QTimer user;
@@ -388,12 +388,12 @@ void PrintersTest::keepsTheCardWhenRemovingFails()
         }
     });
     user.start(50);
-    road.find<QPushButton>("deleteButton")->click();
+    fixture.find<QPushButton>("deleteButton")->click();
     QTRY_COMPARE(text, QString("错误: 删除打印机失败 [关闭]"));
-    QVERIFY(road.card());
-    QVERIFY(road.takesTheNextJob(m_good->baseAddress()));
-    road.find<QPushButton>("deleteButton")->click();
-    QTRY_VERIFY(!road.card());
+    QVERIFY(fixture.card());
+    QVERIFY(fixture.takesTheNextJob(m_good->baseAddress()));
+    fixture.find<QPushButton>("deleteButton")->click();
+    QTRY_VERIFY(!fixture.card());
 }
 
 void PrintersTest::aQueueDeletedOutsideMakesWay_data()
@@ -409,21 +409,21 @@ void PrintersTest::aQueueDeletedOutsideMakesWay_data()
 void PrintersTest::aQueueDeletedOutsideMakesWay()
 {
     QFETCH(QString, button);
-    Road road(m_good->baseAddress(), 0);
-    QVERIFY(add(road, "X", serial));
-    road.know("X", 8101);
-    road.print("on the road", "1", 0);
-    const QPointer<DriverItem> old = road.card();
+    WindowFixture fixture(m_good->baseAddress(), 0);
+    QVERIFY(add(fixture, "X", serial));
+    fixture.know("X", 8101);
+    fixture.print("running", "1", 0);
+    const QPointer<DriverItem> old = fixture.card();
     Win32Emulator::removePrinter("X");
     if (!button.isEmpty())
         QTimer::singleShot(0, old, [=] { old->findChild<QPushButton *>(button)->click(); });
     QTimer boxes;
     connect(&boxes, &QTimer::timeout, [&] {
         auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
-        auto *details = road.window().findChild<SettingsDlg *>();
+        auto *details = fixture.window().findChild<SettingsDlg *>();
         if (box)
             box->close();
-        if (details && road.messages().size() > 1)
+        if (details && fixture.messages().size() > 1)
             details->close();
     });
     boxes.start(50);
@@ -437,16 +437,16 @@ void PrintersTest::aQueueDeletedOutsideMakesWay()
     };
     Win32Emulator::beforeCall("SetPrinterDataW", connectToServer);
     Win32Emulator::failCalls("SetPrinterDataW", accessDenied);
-    fill(road, "Y", otherSerial);
-    QTRY_COMPARE_WITH_TIMEOUT(road.messages().last(), QString("添加打印机失败, 无法设置云序列号"), 20000);
+    fill(fixture, "Y", otherSerial);
+    QTRY_COMPARE_WITH_TIMEOUT(fixture.messages().last(), QString("添加打印机失败, 无法设置云序列号"), 20000);
     QVERIFY2(!listened, "the old server does not wait for the new queue's jobs");
     QTRY_VERIFY(!old);
     QVERIFY(storeRows().isEmpty());
 
     Win32Emulator::removePrinter("Y");
-    QVERIFY(add(road, "X", otherSerial));
+    QVERIFY(add(fixture, "X", otherSerial));
     QCOMPARE(storeRows(), QStringList("X " + otherSerial));
-    road.print("next", "2", 0);
+    fixture.print("next", "2", 0);
     QTRY_COMPARE(m_good->jobs().last().dsNumber, otherSerial);
 }
 
@@ -466,18 +466,18 @@ void PrintersTest::eachJobReachesItsOwnSerial_data()
 void PrintersTest::eachJobReachesItsOwnSerial()
 {
     QFETCH(QString, steps);
-    Road road(m_good->baseAddress(), 0);
+    WindowFixture fixture(m_good->baseAddress(), 0);
     const QStringList all = steps.split(' ');
     for (const QString &one : all)
-        step(road, one);
+        step(fixture, one);
     int printer = 0;
     for (const auto &queue : Win32Emulator::printers()) {
         const auto ports = Win32Emulator::ports();
         const auto port =
             std::find_if(ports.begin(), ports.end(), [&](auto &other) { return other.name == queue.port; });
-        road.know(QString::fromStdString(queue.name), quint16(port->number));
+        fixture.know(QString::fromStdString(queue.name), quint16(port->number));
         const int jobs = m_good->jobs().size();
-        road.print("job", "x", printer++);
+        fixture.print("job", "x", printer++);
         QTRY_COMPARE(m_good->jobs().size(), jobs + 1);
         QCOMPARE(m_good->jobs().last().dsNumber.toStdString(),
                  std::string(Win32Emulator::printerData(queue.name, "CloudId")->second.c_str()));

@@ -1,6 +1,6 @@
 // What becomes of a job that the cloud has taken.
 
-#include "tests/ui/roadfixture.h"
+#include "tests/support/windowfixture.h"
 
 #include <QTest>
 
@@ -10,7 +10,7 @@ using namespace Script;
 
 Q_DECLARE_METATYPE(QVector<PeerAnswer>)
 
-class ResultTest : public RoadTestCase
+class ResultTest : public WindowTestCase
 {
     Q_OBJECT
 
@@ -63,16 +63,16 @@ void ResultTest::resultGoesWrong()
     QFETCH(QString, message);
     QFETCH(QString, line);
     RawHttpPeer peer({{submission, {accepted}}, {result, answers}, {device, {online}}});
-    Road road(peer.baseAddress());
-    road.print("测试页");
-    QTRY_VERIFY2(road.log.contains(line), qPrintable(road.log.lines().join('\n')));
+    WindowFixture fixture(peer.baseAddress());
+    fixture.print("测试页");
+    QTRY_VERIFY2(fixture.log.contains(line), qPrintable(fixture.log.lines().join('\n')));
     if (!journalled.isNull()) {
-        QCOMPARE(road.records(1), QStringList("测试页;09:02:03;" + journalled + ";5"));
-        QCOMPARE(road.messages(), QStringList(message));
+        QCOMPARE(fixture.records(1), QStringList("测试页;09:02:03;" + journalled + ";5"));
+        QCOMPARE(fixture.messages(), QStringList(message));
     }
     QCOMPARE(peer.requestCount(submission), 1);
-    QVERIFY(road.takesTheNextJob(m_good->baseAddress()));
-    QCOMPARE(road.records(0).size(), journalled.isNull() ? 1 : 2);
+    QVERIFY(fixture.takesTheNextJob(m_good->baseAddress()));
+    QCOMPARE(fixture.records(0).size(), journalled.isNull() ? 1 : 2);
 }
 
 void ResultTest::asksOnceAtATime()
@@ -80,9 +80,9 @@ void ResultTest::asksOnceAtATime()
     PeerAnswer slow = printed;
     slow.delayMs = 2500; // two ticks of the result timer
     RawHttpPeer peer({{submission, {accepted}}, {result, {slow}}, {device, {online}}});
-    Road road(peer.baseAddress());
-    road.print("a");
-    QCOMPARE(road.records(1).size(), 1);
+    WindowFixture fixture(peer.baseAddress());
+    fixture.print("a");
+    QCOMPARE(fixture.records(1).size(), 1);
     QTest::qWait(1200);
     QCOMPARE(peer.requestCount(result), 1);
 }

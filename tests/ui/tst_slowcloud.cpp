@@ -1,6 +1,6 @@
 // A cloud that takes its time; all that waits long does so at once.
 
-#include "tests/ui/roadfixture.h"
+#include "tests/support/windowfixture.h"
 
 #include "src/base/runningthreads.h"
 
@@ -23,7 +23,7 @@ void SlowCloudTest::waitsAsLongAsItShould()
     late.delayMs = 14000;
     const PeerAnswer taken = PeerAnswer::ok(R"({"data":{"veltraId":"LONG"}})");
     const auto status = [](int printer, const QByteArray &text) {
-        return PeerAnswer::ok("{\"data\":{\"" + Road::serial(printer).toLatin1() + "\":\"" + text + "\"}}");
+        return PeerAnswer::ok("{\"data\":{\"" + WindowFixture::serial(printer).toLatin1() + "\":\"" + text + "\"}}");
     };
     QVector<PeerAnswer> polls(30, status(2, "正在打印"));
     polls.append(status(2, "打印成功"));
@@ -32,23 +32,23 @@ void SlowCloudTest::waitsAsLongAsItShould()
                       {result + "?veltraId=LONG", polls},
                       {result + "?veltraId=V1", {printed}},
                       {device, {online}}});
-    Road road(peer.baseAddress(), 3);
+    WindowFixture fixture(peer.baseAddress(), 3);
     QElapsedTimer timer;
     timer.start();
-    road.print("silence", "s", 0);
+    fixture.print("silence", "s", 0);
     QTRY_COMPARE(peer.requestCount(submission), 1);
-    road.print("late", "la", 1);
+    fixture.print("late", "la", 1);
     QTRY_COMPARE(peer.requestCount(submission), 2);
-    road.print("long", "lon", 2);
+    fixture.print("long", "lon", 2);
 
-    QCOMPARE(road.records(1, 17000, 0), QStringList("silence;09:02:03;打印失败:网络访问异常;1"));
+    QCOMPARE(fixture.records(1, 17000, 0), QStringList("silence;09:02:03;打印失败:网络访问异常;1"));
     QVERIFY2(timer.elapsed() > 14900 && timer.elapsed() < 16500, "given up after fifteen seconds");
-    QCOMPARE(road.log.count("\"Timeout occur\"") + road.log.count("Timeout occur"), 1);
-    QVERIFY(road.log.contains("Network error 5"));
-    road.print("after the silence", "a", 0);
-    QCOMPARE(road.records(1, 5000, 1), QStringList("late;09:02:03;打印成功;2"));
-    QCOMPARE(road.records(2, 5000, 0).last(), QString("after the silence;09:02:03;打印成功;1"));
-    QCOMPARE(road.records(1, 40000, 2), QStringList("long;09:02:03;打印成功;3"));
+    QCOMPARE(fixture.log.count("\"Timeout occur\"") + fixture.log.count("Timeout occur"), 1);
+    QVERIFY(fixture.log.contains("Network error 5"));
+    fixture.print("after the silence", "a", 0);
+    QCOMPARE(fixture.records(1, 5000, 1), QStringList("late;09:02:03;打印成功;2"));
+    QCOMPARE(fixture.records(2, 5000, 0).last(), QString("after the silence;09:02:03;打印成功;1"));
+    QCOMPARE(fixture.records(1, 40000, 2), QStringList("long;09:02:03;打印成功;3"));
     QVERIFY2(timer.elapsed() > 30000, "asked once a second");
     QCOMPARE(peer.requestCount(result + "?veltraId=LONG"), 31);
     QCOMPARE(peer.requestCount(submission), 4);

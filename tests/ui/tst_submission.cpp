@@ -1,6 +1,6 @@
 // What becomes of a job when its submission goes well and when it does not.
 
-#include "tests/ui/roadfixture.h"
+#include "tests/support/windowfixture.h"
 
 #include <QTest>
 
@@ -10,7 +10,7 @@ using namespace Script;
 
 Q_DECLARE_METATYPE(PeerAnswer)
 
-class SubmissionTest : public RoadTestCase
+class SubmissionTest : public WindowTestCase
 {
     Q_OBJECT
 
@@ -27,16 +27,16 @@ void SubmissionTest::followsAJobToItsEnd()
     CloudServiceOptions options;
     options.pollsBeforeFinal = 2;
     m_good->setOptions(options);
-    Road road(m_good->baseAddress());
-    road.print("通知 %1.pdf", QByteArray(1000, 'x'));
-    QCOMPARE(road.records(1), QStringList("通知 %1.pdf;09:02:03;打印成功;1000"));
+    WindowFixture fixture(m_good->baseAddress());
+    fixture.print("通知 %1.pdf", QByteArray(1000, 'x'));
+    QCOMPARE(fixture.records(1), QStringList("通知 %1.pdf;09:02:03;打印成功;1000"));
     QCOMPARE(m_good->counts().results, 3);
-    QCOMPARE(m_good->jobs().first().dsNumber, Road::serial());
-    QCOMPARE(road.log.count("继续查询状态"), 2);
-    QCOMPARE(road.log.count("显示状态，任务完成"), 1);
-    QCOMPARE(road.log.count("16_StateThread destruct"), 1);
-    QVERIFY(road.messages().isEmpty());
-    QVERIFY(road.takesTheNextJob(m_good->baseAddress()));
+    QCOMPARE(m_good->jobs().first().dsNumber, WindowFixture::serial());
+    QCOMPARE(fixture.log.count("继续查询状态"), 2);
+    QCOMPARE(fixture.log.count("显示状态，任务完成"), 1);
+    QCOMPARE(fixture.log.count("16_StateThread destruct"), 1);
+    QVERIFY(fixture.messages().isEmpty());
+    QVERIFY(fixture.takesTheNextJob(m_good->baseAddress()));
 }
 
 /// Whatever becomes of a submission: it is made once, ends in the journal, and the next job goes through.
@@ -79,13 +79,13 @@ void SubmissionTest::submissionGoesWrong()
     QFETCH(QString, journalled);
     QFETCH(QString, line);
     RawHttpPeer peer({{submission, {answer}}, {result, {printed}}, {device, {online}}});
-    Road road(peer.baseAddress());
-    road.print("a");
-    QCOMPARE(road.records(1), QStringList("a;09:02:03;" + journalled + ";5"));
-    QVERIFY2(road.log.contains(line), qPrintable(road.log.lines().join('\n')));
+    WindowFixture fixture(peer.baseAddress());
+    fixture.print("a");
+    QCOMPARE(fixture.records(1), QStringList("a;09:02:03;" + journalled + ";5"));
+    QVERIFY2(fixture.log.contains(line), qPrintable(fixture.log.lines().join('\n')));
     QCOMPARE(peer.requestCount(submission), 1);
-    QVERIFY(road.messages().isEmpty());
-    QVERIFY(road.takesTheNextJob(m_good->baseAddress()));
+    QVERIFY(fixture.messages().isEmpty());
+    QVERIFY(fixture.takesTheNextJob(m_good->baseAddress()));
     QCOMPARE(peer.requestCount(submission), 1);
 }
 
@@ -94,25 +94,25 @@ void SubmissionTest::cutInsideABodyOfUnknownLength()
 {
     const PeerAnswer answer = cut("HTTP/1.1 200 OK\r\n\r\n{\"data\":");
     RawHttpPeer peer({{submission, {answer}}, {result, {printed}}, {device, {online}}});
-    Road road(peer.baseAddress());
-    road.print("a");
-    const QStringList records = road.records(1);
+    WindowFixture fixture(peer.baseAddress());
+    fixture.print("a");
+    const QStringList records = fixture.records(1);
     QCOMPARE(records.size(), 1);
     QVERIFY(records.first().contains("打印成功") || records.first().contains("网络访问异常"));
     QCOMPARE(peer.requestCount(submission), 1);
-    QVERIFY(road.takesTheNextJob(m_good->baseAddress()));
+    QVERIFY(fixture.takesTheNextJob(m_good->baseAddress()));
 }
 
 void SubmissionTest::cloudIsNotThere()
 {
-    Road road("http://127.0.0.1:9"); // the discard port, where nobody listens
-    road.print("测试页");
-    QCOMPARE(road.records(1), QStringList("测试页;09:02:03;打印失败:网络访问异常;5"));
-    QCOMPARE(road.messages(), QStringList("打印失败:网络访问异常!"));
-    QVERIFY(road.log.contains("Network error 1"));
-    QTRY_COMPARE(road.deviceState(), QString("--"));
-    QVERIFY(road.log.contains("devStateReceive receive err: "));
-    QVERIFY(road.takesTheNextJob(m_good->baseAddress()));
+    WindowFixture fixture("http://127.0.0.1:9"); // the discard port, where nobody listens
+    fixture.print("测试页");
+    QCOMPARE(fixture.records(1), QStringList("测试页;09:02:03;打印失败:网络访问异常;5"));
+    QCOMPARE(fixture.messages(), QStringList("打印失败:网络访问异常!"));
+    QVERIFY(fixture.log.contains("Network error 1"));
+    QTRY_COMPARE(fixture.deviceState(), QString("--"));
+    QVERIFY(fixture.log.contains("devStateReceive receive err: "));
+    QVERIFY(fixture.takesTheNextJob(m_good->baseAddress()));
 }
 
 QTEST_MAIN(SubmissionTest)

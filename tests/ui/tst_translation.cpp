@@ -1,6 +1,6 @@
 // The framework's own texts: in Chinese with the translation that lies beside the program, and no obstacle without it.
 
-#include "tests/support/programfolder.h"
+#include "tests/support/world.h"
 
 #include <QDialogButtonBox>
 #include <QDir>
@@ -37,7 +37,7 @@ void TranslationTest::programStarts()
 {
     QFETCH(bool, translated);
     QFETCH(QString, text);
-    ProgramFolder folder;
+    World folder;
     if (!translated)
         QVERIFY(QDir(folder.path("Translations")).removeRecursively());
     folder.start("OrvoCloudManager");

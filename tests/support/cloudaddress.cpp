@@ -1,0 +1,17 @@
+#include "tests/support/cloudaddress.h"
+
+#include "src/cloud/baseaddress.h"
+
+namespace {
+QString baseAddress;
+}
+
+QString cloudBaseAddress()
+{
+    return baseAddress;
+}
+
+void setCloudBaseAddress(const QString &address)
+{
+    baseAddress = address;
+}
