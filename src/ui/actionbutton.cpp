@@ -17,7 +17,9 @@ constexpr int spinnerSize = 39;
 const auto buttonStyle =
     QStringLiteral("QPushButton{border:2px solid transparent;border-radius:24px;background-clip:padding;outline:none;}"
                    "QPushButton:focus{border-color:rgb(10, 23, 40);}");
-const auto busyStyle = QStringLiteral("QPushButton{background-color:rgb(0, 138, 255);}");
+// Without a border: a background that is clipped to the padding has square corners.
+const auto busyStyle =
+    QStringLiteral("QPushButton{border:none;margin:2px;border-radius:22px;background-color:rgb(0, 138, 255);}");
 
 } // namespace
 
