@@ -6,6 +6,7 @@
 #include "src/ui/driveritem.h"
 #include "src/ui/driverupdatewindow.h"
 #include "src/ui/errordialog.h"
+#include "src/ui/waittingdlg.h"
 #include "tests/support/windowfixture.h"
 
 #include <QApplication>
@@ -24,6 +25,7 @@
 namespace {
 
 const QString serial = "0123456789ABCDEF";
+constexpr int tickTime = 1500;    // ms; the details take up the queue's jobs in their next second
 constexpr int paintTime = 300;    // ms
 constexpr int dialogTime = 30000; // ms
 constexpr unsigned jobPrinting = 0x10;
@@ -38,13 +40,13 @@ public:
     {
     }
 
-    /// The main window with the dialogs over it.
+    /// The main window with the dialogs in its middle, where they open on a display.
     void take(const QString &name) const;
 
     /// The message dialog that the action leads to; it is closed afterwards.
     void takeMessage(const QString &name, const std::function<void()> &action);
 
-    /// The dialog that the action opens and waits for.
+    /// Any other dialog that the action leads to; it is closed afterwards.
     void takeDialog(const QString &name, const std::function<void()> &action) const;
 
 private:
@@ -60,7 +62,7 @@ void Photographer::take(const QString &name) const
     const QWidgetList all = QApplication::topLevelWidgets();
     for (QWidget *widget : all)
         if (widget != &window && widget->isVisible())
-            painter.drawPixmap(widget->pos() - window.pos(), widget->grab());
+            painter.drawPixmap(window.rect().center() - widget->rect().center(), widget->grab());
     picture.save(m_folder.filePath(name + ".png"));
 }
 
@@ -78,14 +80,22 @@ void Photographer::takeMessage(const QString &name, const std::function<void()> 
 
 void Photographer::takeDialog(const QString &name, const std::function<void()> &action) const
 {
-    QTimer::singleShot(paintTime * 5, [&] {
+    bool isTaken = false;
+    QTimer look;
+    QObject::connect(&look, &QTimer::timeout, [&] {
         QWidget *dialog = QApplication::activeModalWidget();
-        if (!dialog)
-            qFatal("no dialog for %s", qPrintable(name));
+        if (isTaken || !dialog || qobject_cast<WaittingDlg *>(dialog))
+            return;
+        look.stop();
+        QTest::qWait(tickTime);
         take(name);
         dialog->close();
+        isTaken = true;
     });
+    look.start(paintTime);
     action();
+    if (!QTest::qWaitFor([&] { return isTaken; }, dialogTime))
+        qFatal("no dialog for %s", qPrintable(name));
 }
 
 class Tour
@@ -105,7 +115,7 @@ private:
     void click(WindowFixture &fixture, const char *name) { fixture.find<QPushButton>(name)->click(); }
     void fillIn(WindowFixture &fixture, const QString &name, const QString &number);
     void fillJournal();
-    void takeTray(WindowFixture &fixture, const Photographer &camera);
+    void takeTray(const Photographer &camera) const;
 
     QString m_folder;
     CloudService m_cloud;
@@ -198,11 +208,11 @@ void Tour::useManyPrinters()
         Win32Emulator::addJob("前台打印机", document, QByteArray(92160, 'x').toStdString());
     camera.takeDialog("details", [&] { click(fixture, "detailButton"); });
     Win32Emulator::failCalls("DeletePrinter", accessDenied);
-    camera.takeMessage("question-not-removed", [&] { click(fixture, "deleteButton"); });
-    takeTray(fixture, camera);
+    camera.takeDialog("question-not-removed", [&] { click(fixture, "deleteButton"); });
+    takeTray(camera);
 }
 
-void Tour::takeTray(WindowFixture &fixture, const Photographer &camera)
+void Tour::takeTray(const Photographer &camera) const
 {
     const QWidgetList all = QApplication::topLevelWidgets();
     for (QWidget *widget : all) {
@@ -212,7 +222,6 @@ void Tour::takeTray(WindowFixture &fixture, const Photographer &camera)
         menu->ensurePolished();
         menu->resize(menu->sizeHint());
         menu->grab().save(QDir(m_folder).filePath("tray-menu.png"));
-        fixture.window().move(0, 0);
         camera.takeDialog("exit-question", [&] { menu->actions().last()->trigger(); });
     }
 }
