@@ -2,11 +2,13 @@
 // window lives in this process; nothing is needed but its fonts. Usage: screenshots FOLDER
 
 #include "emulator/win32/control.h"
+#include "src/store/cloudprinter.h"
 #include "src/store/journal.h"
 #include "src/ui/driveritem.h"
 #include "src/ui/driverupdatewindow.h"
 #include "src/ui/errordialog.h"
 #include "src/ui/waittingdlg.h"
+#include "tests/support/machine.h"
 #include "tests/support/windowfixture.h"
 
 #include <QApplication>
@@ -137,7 +139,9 @@ void Tour::addPrinter()
     camera.take("empty-list");
     click(fixture, "pushButton_add");
     camera.take("add-page");
-    fixture.find<QPushButton>("pushButton_ok")->setFocus(Qt::TabFocusReason);
+    QVERIFY(QTest::qWaitForWindowActive(&fixture.window()));
+    fixture.find<QLineEdit>("lineEdit_num")->setFocus();
+    QTest::keyClick(&fixture.window(), Qt::Key_Tab); // Qt shows the focus only where a key has moved it
     camera.take("add-page-focus");
     camera.takeMessage("message-no-serial", [&] { fillIn(fixture, "", ""); });
     camera.takeMessage("message-bad-serial", [&] { fillIn(fixture, "", "0123456789ABCDEG"); });
@@ -231,6 +235,11 @@ void Tour::showDriverUpdate() const
 {
     Win32Emulator::reset();
     Win32Emulator::addDriver();
+    int number = 0;
+    for (const char *name : {"前台打印机", "二楼会议室", "财务室"}) {
+        ++number;
+        addCloudPrinter(name, CloudPrinter::portName(number), CloudPrinter::portNumber(number), serial);
+    }
     DriverUpdateWindow window;
     window.show();
     QTest::qWait(paintTime);
@@ -244,6 +253,7 @@ int main(int argc, char *argv[])
     QApplication application(argc, argv);
     const QTemporaryDir machine;
     qputenv("WIN32_EMULATOR_HOME", machine.path().toLocal8Bit());
+    QDir::setCurrent(machine.path()); // where the store would lie
     Tour tour(application.arguments().value(1));
     tour.addPrinter();
     tour.useOnePrinter();
