@@ -25,7 +25,7 @@ void pause()
     std::this_thread::sleep_for(std::chrono::milliseconds(QRandomGenerator::global()->bounded(50, 150)));
 }
 
-/// Prints the delays of so many jobs; false when one did not arrive.
+/// Prints the delays of `count` jobs; false when one did not arrive.
 bool measure(const char *circumstances, CloudSink &cloud, const JobLoad::Target &printer, int count)
 {
     const QByteArray job = jobBytes(jobSize);

@@ -80,7 +80,7 @@ void measureAnswers(const World &world, const std::atomic<bool> &stop, Samples &
     }
 }
 
-/// One large job on each printer at once: how the interface thread answers meanwhile, and the MiB that are left behind.
+/// One large job on each printer at once: how the interface thread answers meanwhile, and the MiB that remain.
 void printOnEach(const World &world, CloudSink &cloud)
 {
     const qint64 program = world.program()->processId();

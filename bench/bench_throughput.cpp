@@ -39,7 +39,7 @@ struct Relay
     double rate() const { return jobs / seconds; }
 };
 
-/// Notes the process's peak of private memory until told to stop.
+/// Notes the process's peak of private memory until asked to stop.
 void watchMemory(Relay &relay, const std::atomic<bool> &stop)
 {
     while (!stop) {

@@ -34,7 +34,7 @@ int listenOn(quint16 port)
     return -1;
 }
 
-/// The serial behind a text of the request.
+/// The serial that follows a text in the request.
 QByteArray serialBehind(const QByteArray &request, const QByteArray &text)
 {
     const int at = request.indexOf(text);

@@ -44,7 +44,7 @@ private slots:
         QCOMPARE(windows(folder), 1);
     }
 
-    /// The state that a killed instance leaves behind is the hardest one to start from.
+    /// The state after a kill is the hardest one to start from.
     void twentySimultaneousStarts()
     {
         World folder;

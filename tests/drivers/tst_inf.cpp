@@ -124,7 +124,7 @@ private slots:
         }
     }
 
-    /// A file that is no INF may be of any size, in one line.
+    /// A file that is not an INF may have any size, in one line.
     void hugeFile()
     {
         const QTemporaryDir folder;

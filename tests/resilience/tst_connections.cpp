@@ -174,7 +174,7 @@ void ConnectionsTest::stay()
     QCOMPARE(idle.back()->state(), QTcpSocket::ConnectedState);
     QTRY_COMPARE(oneByte->state(), QTcpSocket::UnconnectedState);
 
-    // Nothing was submitted, so nobody frees these two printers until the next start. Intended.
+    // Nothing was submitted, so the cards never free these two printers: they stay busy until the next start.
     QVERIFY(m_world->print(flooded, "waits behind the flood", "later"));
     expectOutcomes({other});
     QTest::qWait(3000);

@@ -236,7 +236,7 @@ void Soak::tendPrinter(Printer &printer)
         printBatch(printer);
 }
 
-/// Mostly one document; sometimes a second behind it, and seldom a crowd.
+/// Mostly one document; sometimes a second after it, and seldom a crowd.
 void Soak::printBatch(Printer &printer)
 {
     const int dice = m_random.bounded(100);

@@ -14,7 +14,7 @@ QString processFolder(qint64 pid)
     return QStringLiteral("/proc/%1/").arg(pid);
 }
 
-/// The number behind "Name:" in a file of such lines.
+/// The number after "Name:" in a file of such lines.
 qint64 number(const QString &fileName, const QByteArray &name)
 {
     QFile file(fileName);
@@ -67,7 +67,7 @@ double processorTime(qint64 pid)
     QFile file(processFolder(pid) + "stat");
     if (!file.open(QIODevice::ReadOnly))
         return 0;
-    // Counted from behind the name, which may hold blanks.
+    // Counted from the end of the name, which may hold blanks.
     const QByteArray line = file.readAll();
     const QList<QByteArray> fields = line.mid(line.lastIndexOf(')') + 2).split(' ');
     constexpr int userTime = 11;

@@ -11,7 +11,7 @@ public:
     void add(double value) { m_values.push_back(value); }
     std::size_t size() const { return m_values.size(); }
 
-    /// The value that so many per cent of all lie below; 0 of none.
+    /// The value that `percent` per cent of all lie below; 0 if there are none.
     double percentile(unsigned percent) const
     {
         if (m_values.empty())

@@ -1,6 +1,6 @@
-// What the thread sanitizer cannot see of the framework, which is built without it: that a mutex was locked, and that
-// a finished thread was waited for. These take the place of the framework's functions in the executables they are
-// linked into, tell the sanitizer and call the framework's own.
+// Qt is built without the thread sanitizer, which therefore does not see that a mutex was locked or a finished thread
+// waited for. These replace Qt's functions in the executables they are linked into: they report to the sanitizer and
+// call Qt's own.
 
 #include <QDeadlineTimer>
 #include <QMutex>
