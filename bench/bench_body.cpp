@@ -1,4 +1,4 @@
-// Time and memory of building a submission's body: the program's way beside the plain way, which hands the framework a
+// Time and memory of building a submission's body: the program's way beside the plain way, which hands Qt a
 // JSON value of the whole job. Usage: bench_body [MiB], 100 when left out. Exit status 1 when the bodies differ.
 
 #include "src/cloud/protocol.h"

@@ -48,7 +48,7 @@ if(ORVO_COVERAGE)
   add_link_options(-fprofile-instr-generate)
 endif()
 
-# The Win32 API: the platform's on Windows; elsewhere Wine's declarations over the emulator's functions.
+# The Win32 API: Windows' own on Windows; elsewhere Wine's declarations over the emulator's functions.
 add_library(win32_api INTERFACE)
 if(WIN32)
   target_link_libraries(win32_api INTERFACE winspool advapi32)

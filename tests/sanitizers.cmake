@@ -18,7 +18,7 @@ elseif(ORVO_SANITIZE STREQUAL "thread")
   add_library(tsan_qt OBJECT support/tsanqt.cpp)
   target_link_libraries(tsan_qt PRIVATE Qt5::Core)
   set(tsan_qt $<TARGET_OBJECTS:tsan_qt>)
-  # The framework is built without this sanitizer, which sees its calls of intercepted functions (memcpy, free) but
+  # Qt is built without this sanitizer, which sees its calls of intercepted functions (memcpy, free) but
   # hardly what orders them, and would report every object that an event hands over to another thread. Its containers
   # look with a relaxed load whether they still share their content. With these options no report needs suppressing.
   set(sanitizer_environment

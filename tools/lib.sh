@@ -12,7 +12,7 @@ cd "$root"
 # shellcheck disable=SC2034
 build_packages=(
     g++ cmake ninja-build pkg-config
-    qtbase5-dev libqt5sql5-sqlite qttranslations5-l10n # the framework, its SQLite driver, its own texts in Chinese
+    qtbase5-dev libqt5sql5-sqlite qttranslations5-l10n # Qt, its SQLite driver, its own texts in Chinese
     libwine-dev                                        # the declarations of the Win32 API
     libsqlite3-dev libcpp-httplib-dev                  # the emulators of Windows and of the cloud
 )

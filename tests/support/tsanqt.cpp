@@ -11,7 +11,7 @@
 
 namespace {
 
-/// The framework's function of that symbol.
+/// Qt's function of that symbol.
 template <typename Function>
 Function framework(const char *symbol)
 {

@@ -89,7 +89,7 @@ void SubmissionTest::submissionGoesWrong()
     QCOMPARE(peer.requestCount(submission), 1);
 }
 
-/// Where the end of the connection is the end of the answer, the framework takes either view of it.
+/// Where the end of the connection is the end of the answer, Qt takes either view of it.
 void SubmissionTest::cutInsideABodyOfUnknownLength()
 {
     const PeerAnswer answer = cut("HTTP/1.1 200 OK\r\n\r\n{\"data\":");

@@ -1,4 +1,4 @@
-// The framework's own texts: in Chinese with the translation that lies beside the program, and no obstacle without it.
+// Qt's own texts: in Chinese with the translation that lies beside the program, and no obstacle without it.
 
 #include "tests/support/world.h"
 
@@ -28,7 +28,7 @@ private:
 void TranslationTest::programStarts_data()
 {
     QTest::addColumn<bool>("translated");
-    QTest::addColumn<QString>("text"); // of the framework, when the new store has no table yet
+    QTest::addColumn<QString>("text"); // of Qt, when the new store has no table yet
     QTest::newRow("with the file") << true << "无法执行语句";
     QTest::newRow("without") << false << "Unable to execute statement";
 }
