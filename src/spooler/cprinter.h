@@ -62,7 +62,7 @@ public:
     /// Result of the port operations when the helper library or its export is missing.
     static constexpr int helperMissing = -1;
 
-    static constexpr auto spoolerService = QLatin1String("Spooler");
+    static constexpr QLatin1String spoolerService{"Spooler", 7}; // clang's strlen() is no constant
 
     explicit CPrinter(QObject *parent = nullptr);
 
