@@ -41,3 +41,8 @@ bool CloudPrinter::isSerial(const QString &text)
     static const QRegularExpression serial(QRegularExpression::anchoredPattern(QStringLiteral("[0-9A-F]{16}")));
     return serial.match(text).hasMatch();
 }
+
+bool CloudPrinter::isSameName(const QString &one, const QString &other)
+{
+    return one.compare(other, Qt::CaseInsensitive) == 0;
+}

@@ -22,6 +22,9 @@ bool isPortName(const QString &port);
 /// Whether a queue with this driver and port is served by this program.
 bool isCloudQueue(const QString &driver, const QString &port);
 
+/// Windows compares the names of queues, ports and drivers without regard to case.
+bool isSameName(const QString &one, const QString &other);
+
 /// Whether the text is a cloud serial: 16 digits from 0-9 and A-F, upper case.
 bool isSerial(const QString &text);
 

@@ -6,7 +6,6 @@
 #include "store/printerstore.h"
 #include "ui/actionbutton.h"
 #include "ui/errordialog.h"
-#include "workflows/drivercheck.h"
 #include "workflows/removeprinterthread.h"
 
 #include <QLineEdit>
@@ -36,7 +35,7 @@ QString queueOnPort(const QString &portName)
     QList<Queue> queues;
     CPrinter().EnumLocalPrinters(queues);
     for (const Queue &queue : qAsConst(queues))
-        if (DriverCheck::isSameName(queue.port, portName))
+        if (CloudPrinter::isSameName(queue.port, portName))
             return queue.name;
     return QString();
 }
@@ -79,7 +78,7 @@ void DriverItem::onModifyClicked(bool)
     if (serial != shownIn(m_serialField, m_info.cloudSn) && !changeSerial(serial))
         return;
     // A change of letter case alone renames nothing; showRecord() reverts it.
-    if (!DriverCheck::isSameName(name, shownIn(m_nameField, m_info.printerName)) && !changeName(name))
+    if (!CloudPrinter::isSameName(name, shownIn(m_nameField, m_info.printerName)) && !changeName(name))
         return;
     showRecord();
     setViewMode(true);
@@ -119,7 +118,7 @@ bool DriverItem::changeName(const QString &name)
 void DriverItem::updateIfStale(const DriverInfo &added)
 {
     const bool portIsTaken = added.portNum == m_info.portNum;
-    if (!portIsTaken && !DriverCheck::isSameName(added.printerName, m_info.printerName))
+    if (!portIsTaken && !CloudPrinter::isSameName(added.printerName, m_info.printerName))
         return;
     const QString name = portIsTaken ? QString() : queueOnPort(m_info.portName);
     if (name.isEmpty())

@@ -15,7 +15,7 @@ int freeNumber(const QList<Queue> &queues)
 {
     const auto isUsed = [&](const QString &portName) {
         return std::any_of(queues.cbegin(), queues.cend(),
-                           [&](const Queue &queue) { return DriverCheck::isSameName(queue.port, portName); });
+                           [&](const Queue &queue) { return CloudPrinter::isSameName(queue.port, portName); });
     };
     int number = 1;
     while (isUsed(CloudPrinter::portName(number)))
@@ -38,8 +38,8 @@ bool isKnown(CPrinter &spooler, const QList<Queue> &queues, const DriverInfo &in
     for (const Queue &queue : queues) {
         QString cloudSn;
         const bool isCloudPrinter = spooler.GetCloudPrinterId(queue.name, cloudSn);
-        if (DriverCheck::isSameName(queue.name, info.printerName) ||
-            (isCloudPrinter && DriverCheck::isSameName(cloudSn, info.cloudSn)))
+        if (CloudPrinter::isSameName(queue.name, info.printerName) ||
+            (isCloudPrinter && CloudPrinter::isSameName(cloudSn, info.cloudSn)))
             return true;
     }
     return false;
@@ -98,7 +98,7 @@ QString AddPrinterThread::providePort(const DriverInfo &added)
     m_printer.EnumLocalPorts(ports);
     for (const Port &port : qAsConst(ports)) {
         // A leftover port is intentionally used as it is, wherever it points.
-        if (DriverCheck::isSameName(port.name, added.portName))
+        if (CloudPrinter::isSameName(port.name, added.portName))
             return QString();
     }
     if (m_printer.addStandardTcpPort(added.portName, added.ip, added.portNum) == 0)

@@ -66,11 +66,6 @@ QString DriverCheck::infFileForSetup()
     return infFile().replace(QLatin1Char('/'), QLatin1Char('\\'));
 }
 
-bool DriverCheck::isSameName(const QString &one, const QString &other)
-{
-    return one.compare(other, Qt::CaseInsensitive) == 0;
-}
-
 DriverCheck::Versions DriverCheck::versions()
 {
     CPrinter printer;
@@ -118,5 +113,5 @@ std::optional<bool> DriverCheck::isInstalled(const QString &driver)
     if (!CPrinter().EnumLocalDrivers(drivers) && !CPrinter::nothingFound())
         return std::nullopt;
     return std::any_of(drivers.cbegin(), drivers.cend(),
-                       [&](const Driver &entry) { return isSameName(entry.name, driver); });
+                       [&](const Driver &entry) { return CloudPrinter::isSameName(entry.name, driver); });
 }

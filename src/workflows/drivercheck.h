@@ -41,9 +41,6 @@ struct CloudQueue
 QString infFile();
 QString infFileForSetup();
 
-/// Windows compares the names of queues, ports and drivers without regard to case.
-bool isSameName(const QString &one, const QString &other);
-
 /// Versions are dotted numbers of any length; a missing part counts as 0.
 Versions versions();
 

@@ -1,6 +1,6 @@
 #include "workflows/removeprinterthread.h"
 
-#include "workflows/drivercheck.h"
+#include "store/cloudprinter.h"
 
 #include <QDebug>
 
@@ -33,7 +33,7 @@ bool RemovePrinterThread::isDriverInUse()
     QList<Queue> queues;
     m_printer.EnumLocalPrinters(queues);
     for (const Queue &queue : qAsConst(queues)) {
-        if (DriverCheck::isSameName(queue.driver, m_info.driverName)) {
+        if (CloudPrinter::isSameName(queue.driver, m_info.driverName)) {
             qDebug("%ls依赖%ls, 不删除驱动", qUtf16Printable(queue.name), qUtf16Printable(queue.driver));
             return true;
         }

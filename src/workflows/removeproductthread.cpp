@@ -88,7 +88,7 @@ bool RemoveProductThread::removePackage(const QString &infPath)
     const QStringList package = Note().value(Note::keyOf(infPath)).toStringList();
     const QString driver = package.value(0);
     const QString environment = package.value(1);
-    if (anyQueue([&](const Queue &queue) { return DriverCheck::isSameName(queue.driver, driver); }))
+    if (anyQueue([&](const Queue &queue) { return CloudPrinter::isSameName(queue.driver, driver); }))
         return true;
     const bool installed = !m_printer.GetDriverInfPath(driver, environment).isEmpty();
     if (installed && !m_printer.RemovePrinterDriver(driver, environment))
@@ -104,7 +104,7 @@ QString RemoveProductThread::removePorts()
     QStringList unused;
     for (const Port &port : qAsConst(ports)) {
         if (CloudPrinter::isPortName(port.name) &&
-            !anyQueue([&](const Queue &queue) { return DriverCheck::isSameName(queue.port, port.name); }))
+            !anyQueue([&](const Queue &queue) { return CloudPrinter::isSameName(queue.port, port.name); }))
             unused.append(port.name);
     }
     return removeEach(unused, QStringLiteral("端口“%1”没有删除"),

@@ -13,7 +13,7 @@ const auto temporarySuffix = QStringLiteral("（替换中）");
 bool contains(const QList<Queue> &queues, const QString &name)
 {
     return std::any_of(queues.cbegin(), queues.cend(),
-                       [&](const Queue &queue) { return DriverCheck::isSameName(queue.name, name); });
+                       [&](const Queue &queue) { return CloudPrinter::isSameName(queue.name, name); });
 }
 
 } // namespace
