@@ -62,7 +62,7 @@ public:
     /// Result of the port operations when the helper library or its export is missing.
     static constexpr int helperMissing = -1;
 
-    static constexpr QLatin1String spoolerService{"Spooler", 7}; // clang's strlen() is no constant
+    static constexpr QLatin1String spoolerService{"Spooler", 7}; // clang's strlen() is not constexpr
 
     explicit CPrinter(QObject *parent = nullptr);
 

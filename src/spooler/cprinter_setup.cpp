@@ -58,8 +58,8 @@ bool waitForFinished(QProcess &process, QDeadlineTimer deadline)
 /// Runs the set-up. True when it started and finished in time.
 bool runSetup(const QString &command)
 {
-    // Not owned here: deleting the object would kill a set-up that outlasts the wait. It deletes itself when the set-up
-    // ends.
+    // Deleted once the set-up has ended. A set-up that outlasts the wait keeps the object until the program ends:
+    // deleting it would kill the set-up.
     auto *process = new QProcess;
     QObject::connect(process, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished), process,
                      &QObject::deleteLater);
