@@ -3,7 +3,7 @@
 
 #include "src/cloud/protocol.h"
 #include "tests/support/printjob.h"
-#include "tests/support/processfigures.h"
+#include "bench/support/processcost.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -50,14 +50,14 @@ Figures measure(const Builder &build, const QByteArray &job)
         figures.body.clear();
         QByteArray own(job.constData(), job.size()); // as the program's, which nobody shares
         malloc_trim(0);
-        ProcessFigures::resetPeak(self);
-        const double before = ProcessFigures::memory(self, "VmRSS");
+        ProcessCost::resetPeak(self);
+        const double before = ProcessCost::memory(self, "VmRSS");
         QElapsedTimer timer;
         timer.start();
         figures.body = build(serial, std::move(own));
         const qint64 elapsed = timer.elapsed();
         figures.milliseconds = run == 0 ? elapsed : qMin(figures.milliseconds, elapsed);
-        figures.extraMemory = ProcessFigures::memory(self, "VmHWM") - before;
+        figures.extraMemory = ProcessCost::memory(self, "VmHWM") - before;
     }
     return figures;
 }

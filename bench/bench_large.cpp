@@ -1,13 +1,13 @@
-// One large job on the real program, from its first byte on the printer's port to its last at the cloud, beside the
-// bare floor: the same bytes through socat into base64 into curl. Both send to the same cloud, which throws the bytes
-// away; they take turns. Usage: bench_large [TURNS], 9 when left out.
+// One large job on the real program, from its first byte on the printer's port to its last at the cloud, beside a relay
+// of Node.js and the bare floor: the same bytes through socat into base64 into curl. All send to the same cloud, which
+// throws the bytes away; they take turns. Usage: bench_large [TURNS], 9 when left out.
 
 #include "bench/support/cloudsink.h"
-#include "bench/support/jobload.h"
+#include "bench/support/noderelay.h"
 #include "src/app/instanceguard.h"
 #include "tests/support/ports.h"
-#include "tests/support/processfigures.h"
-#include "tests/support/samples.h"
+#include "bench/support/processcost.h"
+#include "bench/support/samples.h"
 
 #include <QTest>
 
@@ -40,9 +40,8 @@ const QString pipeline = QStringLiteral("socat -u -b 65536 TCP-LISTEN:%1,bind=12
 /// Milliseconds from the job's first byte to its last at the cloud; 0 when it does not arrive.
 double timeOf(CloudSink &cloud, const QByteArray &serial, quint16 port, const QByteArray &job)
 {
-    const auto sent = sendJob(port, job);
-    const auto arrived = sent ? cloud.await(serial, arrivalLimit) : std::nullopt;
-    return arrived ? milliseconds(sent->begun, arrived->lastByte) : 0;
+    const auto done = transfer(cloud, serial, port, job, arrivalLimit);
+    return done ? done->duration() : 0;
 }
 
 double floorTime(CloudSink &cloud, const QByteArray &job)
@@ -59,10 +58,10 @@ double floorTime(CloudSink &cloud, const QByteArray &job)
 double peakMemory(const World &world, CloudSink &cloud, const QByteArray &job)
 {
     const qint64 program = world.program()->processId();
-    const double idle = ProcessFigures::memory(program, "VmRSS");
-    ProcessFigures::resetPeak(program);
+    const double idle = ProcessCost::memory(program, "VmRSS");
+    ProcessCost::resetPeak(program);
     timeOf(cloud, world.serial(0).toLatin1(), world.port(0), job);
-    return ProcessFigures::memory(program, "VmHWM") - idle;
+    return ProcessCost::memory(program, "VmHWM") - idle;
 }
 
 /// Asks the program for a sign of life every few milliseconds, as a second start of it does, until `stop` is true: its
@@ -84,7 +83,7 @@ void measureAnswers(const World &world, const std::atomic<bool> &stop, Samples &
 void printOnEach(const World &world, CloudSink &cloud)
 {
     const qint64 program = world.program()->processId();
-    const double before = ProcessFigures::privateDirtyMemory(program);
+    const double before = ProcessCost::privateDirtyMemory(program);
     const QByteArray job = jobBytes(sharedSize * mebibyte);
     std::atomic<bool> stop(false);
     Samples answers;
@@ -100,7 +99,12 @@ void printOnEach(const World &world, CloudSink &cloud)
     std::printf("%d jobs of %d MiB at once: the interface thread answers in %.1f ms (99th percentile), %.1f ms (worst)"
                 " of %zu; they leave %.1f MiB behind\n",
                 printers, sharedSize, answers.percentile(99), answers.worst(), answers.size(),
-                ProcessFigures::privateDirtyMemory(program) - before);
+                ProcessCost::privateDirtyMemory(program) - before);
+}
+
+void show(const char *name, const Samples &times)
+{
+    std::printf("  %-8s %.0f ms (%.0f to %.0f)\n", name, times.median(), times.percentile(0), times.worst());
 }
 
 } // namespace
@@ -117,23 +121,28 @@ int main(int argc, char *argv[])
     for (const World::Printer &each : world.printers())
         cloud.refuse(each.serial.toLatin1());
 
+    const NodeRelay rival(world);
     Samples program;
+    Samples node;
     Samples floor;
-    const double timeBefore = ProcessFigures::processorTime(world.program()->processId());
+    const double timeBefore = ProcessCost::processorTime(world.program()->processId());
     for (int turn = 0; turn < turns; ++turn) {
         program.add(timeOf(cloud, printer.serial.toLatin1(), printer.port, job));
+        node.add(timeOf(cloud, printer.serial.toLatin1(), rival.printers().front().port, job));
         floor.add(floorTime(cloud, job));
     }
-    if (program.percentile(0) == 0 || floor.percentile(0) == 0) {
+    if (program.percentile(0) == 0 || node.percentile(0) == 0 || floor.percentile(0) == 0) {
         std::fputs("not every job arrived\n", stderr);
         return 1;
     }
-    std::printf("%d MiB job, %zu turns: program %.0f ms (median; %.0f to %.0f), floor %.0f ms (%.0f to %.0f)"
-                " = %.2f times the floor\n",
-                jobSize, program.size(), program.median(), program.percentile(0), program.worst(), floor.median(),
-                floor.percentile(0), floor.worst(), program.median() / floor.median());
+    std::printf("%d MiB job, %d turns, medians:\n", jobSize, turns);
+    show("program", program);
+    show("Node.js", node);
+    show("floor", floor);
+    std::printf("program: %.2f times the floor, %.2f times Node.js\n", program.median() / floor.median(),
+                program.median() / node.median());
     std::printf("processor time of the program: %.0f ms a job\n",
-                (ProcessFigures::processorTime(world.program()->processId()) - timeBefore) * 1000 / turns);
+                (ProcessCost::processorTime(world.program()->processId()) - timeBefore) * 1000 / turns);
     const double peak = peakMemory(world, cloud, job);
     std::printf("peak memory of the program for it: %.0f MiB above idle = %.2f times the job\n", peak, peak / jobSize);
     printOnEach(world, cloud);

@@ -143,3 +143,11 @@ QByteArray CloudSink::answer(const Connection &connection)
         return response("503 Service Unavailable", "{}");
     return response("200 OK", R"({"code":0,"data":{"veltraId":")" + serial + "\"}}");
 }
+
+std::optional<Transfer> transfer(CloudSink &cloud, const QByteArray &serial, quint16 port, const QByteArray &job,
+                                 std::chrono::seconds limit)
+{
+    const auto sent = sendJob(port, job);
+    const auto arrived = sent ? cloud.await(serial, limit) : std::nullopt;
+    return arrived ? std::optional(Transfer{*sent, *arrived}) : std::nullopt;
+}

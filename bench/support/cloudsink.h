@@ -63,3 +63,20 @@ private:
     QHash<QByteArray, Submission> m_submissions; ///< by serial: the latest that nobody awaited yet
     QSet<QByteArray> m_refused;
 };
+
+/// A job that a relay has brought to the cloud.
+struct Transfer
+{
+    SentJob sent;
+    CloudSink::Submission arrived;
+
+    /// Milliseconds from the job's first byte at the relay to its last at the cloud.
+    double duration() const { return milliseconds(sent.begun, arrived.lastByte); }
+    /// Milliseconds from the end of the job at the relay to its first byte at the cloud.
+    double delay() const { return milliseconds(sent.closed, arrived.firstByte); }
+};
+
+/// Sends a job to a port of 127.0.0.1 where a relay listens, and waits for it at the cloud. Empty when the job was not
+/// sent or did not arrive in time.
+std::optional<Transfer> transfer(CloudSink &cloud, const QByteArray &serial, quint16 port, const QByteArray &job,
+                                 std::chrono::seconds limit);

@@ -63,15 +63,20 @@ bool printOnAll(const std::vector<Target> &printers, const QByteArray &job, int 
 
 } // namespace JobLoad
 
-bool setUp(World &world, int printers, const QStringList &cloudOptions)
+bool addPrinters(World &world, int printers)
 {
     QStringList queues;
     for (int number = 1; number <= printers; ++number)
         queues << QString("printer %1").arg(number);
+    return world.addPrinters(queues);
+}
+
+bool setUp(World &world, int printers, const QStringList &cloudOptions)
+{
     // glibc would raise its mmap threshold with the jobs and keep an arena per thread: freed memory would stay.
     world.setEnvironment("MALLOC_MMAP_THRESHOLD_", "131072");
     world.setEnvironment("MALLOC_ARENA_MAX", "1");
-    const bool isGood = world.addPrinters(queues) && (cloudOptions.isEmpty() || world.startCloud(cloudOptions)) &&
+    const bool isGood = addPrinters(world, printers) && (cloudOptions.isEmpty() || world.startCloud(cloudOptions)) &&
                         world.startReadyProgram();
     if (!isGood)
         std::fputs("the printers, the cloud or the program did not start\n", stderr);

@@ -27,6 +27,9 @@ bool printOnAll(const std::vector<Target> &printers, const QByteArray &job, int 
 
 } // namespace JobLoad
 
+/// Adds `printers` printers to the world, with queues "printer 1" and so on.
+bool addPrinters(World &world, int printers);
+
 /// Adds `printers` printers to the world and starts the cloud service, unless its options are empty, and the program.
 /// Reports a failure on the standard error output.
 bool setUp(World &world, int printers, const QStringList &cloudOptions = {});

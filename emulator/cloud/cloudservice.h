@@ -9,26 +9,26 @@
 #include <memory>
 
 /// An outcome that a submission may draw, and its weight among the others.
-struct FateChance
+struct FaultChance
 {
-    QString fate; ///< one of fateNames()
+    QString fault; ///< one of faultNames()
     int weight = 1;
 };
 
-/// The fates in a fixed order: "printed", "offline", "silent", "cut" and so on, for jobs, their submissions and the
+/// Their names in a fixed order: "printed", "offline", "silent", "cut" and so on, for jobs, their submissions and the
 /// answers to result requests.
-QStringList fateNames();
+QStringList faultNames();
 
 /// How the service behaves; can be changed while it runs.
 struct CloudServiceOptions
 {
-    int pollsBeforeFinal = 1;   ///< result requests per job that are answered "正在打印" before "打印成功"
-    int delayMs = 0;            ///< wait before each answer, after the request was read
-    QVector<FateChance> fates;  ///< each submission draws one, which overrides pollsBeforeFinal; empty: none does
-    quint32 seed = 1;           ///< of the draws
-    QString storeFolder;        ///< where received jobs are kept; empty: nowhere
-    bool keepBytes = true;      ///< keep the decoded bytes of each job in memory
-    bool keepRawBodies = false; ///< keep the JSON text of each submission in memory, too
+    int pollsBeforeFinal = 1;    ///< result requests per job that are answered "正在打印" before "打印成功"
+    int delayMs = 0;             ///< wait before each answer, after the request was read
+    QVector<FaultChance> faults; ///< each submission draws one, which overrides pollsBeforeFinal; empty: none does
+    quint32 seed = 1;            ///< of the draws
+    QString storeFolder;         ///< where received jobs are kept; empty: nowhere
+    bool keepBytes = true;       ///< keep the decoded bytes of each job in memory
+    bool keepRawBodies = false;  ///< keep the JSON text of each submission in memory, too
 };
 
 /// A well-formed submission as it arrived.
@@ -36,7 +36,7 @@ struct ReceivedJob
 {
     int number = 0;     ///< counts from 1
     QString veltraId;   ///< empty if the job was refused by its HTTP status
-    QString fate;       ///< empty if it drew none
+    QString fault;      ///< empty if it drew none
     QString dsNumber;   ///< the printer's cloud serial
     int size = 0;       ///< of the decoded bytes
     QByteArray bytes;   ///< empty without keepBytes

@@ -38,8 +38,8 @@ QByteArray describe(const ReceivedJob &job, const QByteArray &bytes)
         {QStringLiteral("received"), job.received.toString(Qt::ISODateWithMs)},
         {QStringLiteral("sha256"), QString::fromLatin1(sha256)},
     };
-    if (!job.fate.isEmpty())
-        object.insert(QStringLiteral("fate"), job.fate);
+    if (!job.fault.isEmpty())
+        object.insert(QStringLiteral("fault"), job.fault);
     return QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n';
 }
 

@@ -14,8 +14,8 @@ constexpr char description[] =
     "Stands in for the cloud print service on 127.0.0.1. Ends on SIGTERM or SIGINT.\n"
     "\n"
     "With --store each received job is kept as DIR/NNNN.bin, its decoded bytes, and one line in DIR/jobs.jsonl:\n"
-    "  {number, veltraId, dsNumber, size, file, received, sha256, fate}\n"
-    "veltraId is empty for a refused job; fate is present with --fates only. A malformed request gets 400 and a "
+    "  {number, veltraId, dsNumber, size, file, received, sha256, fault}\n"
+    "veltraId is empty for a refused job; fault is present with --faults only. A malformed request gets 400 and a "
     "reason.\n"
     "A result request for an unknown job gets a text in \"data\" instead of an object, which is a final answer.";
 
@@ -27,9 +27,9 @@ void setUp(QCommandLineParser &parser)
         {"port", "Port to listen on; 0 takes a free one (18080).", "N", "18080"},
         {"store", "Folder to keep the received jobs in; created if missing.", "DIR"},
         {"polls", "Result requests per job that are answered 正在打印 before 打印成功 (1).", "N", "1"},
-        {"fates",
+        {"faults",
          "Each submission draws one of these outcomes, with these weights; overrides --polls. Known: " +
-             fateNames().join(QStringLiteral(", ")) + QLatin1Char('.'),
+             faultNames().join(QStringLiteral(", ")) + QLatin1Char('.'),
          "NAME=WEIGHT,..."},
         {"seed", "Of the draws (1).", "N", "1"},
         {"delay", "Milliseconds to wait before each answer (0).", "MS", "0"},
@@ -41,17 +41,17 @@ int number(const QCommandLineParser &parser, const QString &option, int most = s
     return Tools::number("--" + option, parser.value(option), 0, most);
 }
 
-QVector<FateChance> readFates(const QString &text)
+QVector<FaultChance> readFaults(const QString &text)
 {
-    QVector<FateChance> fates;
+    QVector<FaultChance> faults;
     const QStringList chances = text.split(QLatin1Char(','), Qt::SkipEmptyParts);
     for (const QString &chance : chances) {
         const QString name = chance.section('=', 0, 0);
-        if (!fateNames().contains(name))
-            throw std::runtime_error("--fates does not know \"" + chance.toStdString() + '"');
-        fates.append({name, Tools::number("--fates", chance.section('=', 1), 0, 1000000)});
+        if (!faultNames().contains(name))
+            throw std::runtime_error("--faults does not know \"" + chance.toStdString() + '"');
+        faults.append({name, Tools::number("--faults", chance.section('=', 1), 0, 1000000)});
     }
-    return fates;
+    return faults;
 }
 
 CloudServiceOptions readOptions(const QCommandLineParser &parser)
@@ -62,7 +62,7 @@ CloudServiceOptions readOptions(const QCommandLineParser &parser)
     options.pollsBeforeFinal = number(parser, QStringLiteral("polls"));
     options.delayMs = number(parser, QStringLiteral("delay"));
     options.seed = quint32(number(parser, QStringLiteral("seed")));
-    options.fates = readFates(parser.value(QStringLiteral("fates")));
+    options.faults = readFaults(parser.value(QStringLiteral("faults")));
     return options;
 }
 

@@ -25,7 +25,7 @@ ServiceAnswer failure(int status, const QString &reason)
 
 ServiceState::ServiceState(const CloudServiceOptions &options)
     : m_options(options)
-    , m_fates(options.seed)
+    , m_random(options.seed)
 {
 }
 
@@ -37,25 +37,25 @@ ServiceAnswer ServiceState::submit(const QByteArray &contentType, const QByteArr
     return request.fault.isEmpty() ? receive(request, body) : failure(400, request.fault);
 }
 
-QString ServiceState::drawFate()
+QString ServiceState::drawFault()
 {
     int sum = 0;
-    for (const FateChance &chance : qAsConst(m_options.fates))
+    for (const FaultChance &chance : qAsConst(m_options.faults))
         sum += chance.weight;
     if (sum <= 0)
         return QString();
-    int draw = m_fates.bounded(sum);
-    auto chance = m_options.fates.constBegin();
+    int draw = m_random.bounded(sum);
+    auto chance = m_options.faults.constBegin();
     while (draw >= chance->weight)
         draw -= (chance++)->weight;
-    return chance->fate;
+    return chance->fault;
 }
 
 ServiceAnswer ServiceState::receive(const SubmissionRequest &request, const QByteArray &body)
 {
     ReceivedJob job;
-    job.fate = drawFate();
-    const Treatment how = treatmentFor(m_options, job.fate);
+    job.fault = drawFault();
+    const Treatment how = treatmentFor(m_options, job.fault);
     const bool accepted = how.submissionStatus < 300;
     job.number = ++m_lastNumber;
     if (!m_options.storeFolder.isEmpty())
@@ -74,8 +74,8 @@ ServiceAnswer ServiceState::receive(const SubmissionRequest &request, const QByt
         job.rawBody = QByteArray(body.constData(), body.size()); // a copy: the buffer is the request's
     m_jobs.append(job);
     if (!accepted)
-        return failure(how.submissionStatus, QStringLiteral("refused by its fate"));
-    m_progress.insert(job.veltraId, {job.dsNumber, job.fate, 0});
+        return failure(how.submissionStatus, QStringLiteral("refused on purpose"));
+    m_progress.insert(job.veltraId, {job.dsNumber, job.fault, 0});
     ServiceAnswer taken = answer(how.submissionStatus, 0, QJsonObject{{QStringLiteral("veltraId"), job.veltraId}});
     taken.delayMs = how.submissionDelayMs;
     taken.isCut = how.submissionIsCut;
@@ -89,7 +89,7 @@ ServiceAnswer ServiceState::result(const QString &veltraId)
     const auto job = m_progress.find(veltraId);
     if (job == m_progress.end())
         return answer(200, 4004, QStringLiteral("任务不存在"));
-    const Treatment how = treatmentFor(m_options, job->fate);
+    const Treatment how = treatmentFor(m_options, job->fault);
     if (job->polls++ < how.pollsBeforeFinal)
         return answer(200, 0, QJsonObject{{job->dsNumber, QStringLiteral("正在打印")}});
     if (how.resultIsInvalid)

@@ -36,12 +36,12 @@ private:
     struct Progress
     {
         QString dsNumber;
-        QString fate;
+        QString fault;
         int polls = 0;
     };
 
     ServiceAnswer receive(const SubmissionRequest &request, const QByteArray &body);
-    QString drawFate();
+    QString drawFault();
 
     mutable QMutex m_mutex;
     CloudServiceOptions m_options;
@@ -49,5 +49,5 @@ private:
     QVector<ReceivedJob> m_jobs;
     QHash<QString, Progress> m_progress; ///< of the accepted jobs, by veltraId
     int m_lastNumber = 0;
-    QRandomGenerator m_fates;
+    QRandomGenerator m_random;
 };

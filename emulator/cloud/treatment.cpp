@@ -8,13 +8,13 @@ constexpr int slowAnswer = 5000;    // ms
 constexpr int silentAnswer = 20000; // ms; longer than the client waits for an answer
 constexpr int manyPolls = 8;
 
-struct FateEntry
+struct Fault
 {
     const char *name;
     void (*apply)(Treatment &treatment);
 };
 
-constexpr FateEntry fateTable[] = {
+constexpr Fault faultTable[] = {
     {"printed", [](Treatment &) {}},
     {"long-printing", [](Treatment &job) { job.pollsBeforeFinal = manyPolls; }},
     {"offline", [](Treatment &job) { job.finalStatus = QStringLiteral("离线"); }},
@@ -36,20 +36,20 @@ constexpr FateEntry fateTable[] = {
 
 } // namespace
 
-QStringList fateNames()
+QStringList faultNames()
 {
     QStringList names;
-    for (const FateEntry &entry : fateTable)
+    for (const Fault &entry : faultTable)
         names.append(QLatin1String(entry.name));
     return names;
 }
 
-Treatment treatmentFor(const CloudServiceOptions &options, const QString &fate)
+Treatment treatmentFor(const CloudServiceOptions &options, const QString &fault)
 {
     Treatment treatment;
     treatment.pollsBeforeFinal = options.pollsBeforeFinal;
-    for (const FateEntry &entry : fateTable) {
-        if (fate == QLatin1String(entry.name))
+    for (const Fault &entry : faultTable) {
+        if (fault == QLatin1String(entry.name))
             entry.apply(treatment);
     }
     return treatment;

@@ -18,5 +18,5 @@ struct Treatment
     bool resultIsInvalid = false; ///< the final answer is an array
 };
 
-/// The treatment that the options ask for, as changed by the fate. An empty or unknown one changes nothing.
-Treatment treatmentFor(const CloudServiceOptions &options, const QString &fate);
+/// The treatment that the options ask for, as changed by the fault. An empty or unknown one changes nothing.
+Treatment treatmentFor(const CloudServiceOptions &options, const QString &fault);

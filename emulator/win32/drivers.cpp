@@ -116,7 +116,7 @@ BOOL WINAPI EnumPrinterDriversW(LPWSTR, LPWSTR environment, DWORD level, LPBYTE 
 
 BOOL WINAPI DeletePrinterDriverExW(LPWSTR, LPWSTR environment, LPWSTR name, DWORD flags, DWORD version)
 {
-    return boolCall({"DeletePrinterDriverExW"}, [&] {
+    return boolCall({"DeletePrinterDriverExW", "flags=" + std::to_string(flags)}, [&] {
         require(name && (flags & ~knownFlags) == 0, ERROR_INVALID_PARAMETER);
         require(!(flags & DPD_DELETE_SPECIFIC_VERSION) || version == installedVersion, ERROR_UNKNOWN_PRINTER_DRIVER);
         deleteDriver(fromUtf16(name), environmentOf(environment));

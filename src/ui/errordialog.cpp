@@ -84,6 +84,7 @@ QLayout *ErrorDialog::messageRow(const QString &text)
 QLayout *ErrorDialog::buttonRow()
 {
     auto *button = new QPushButton(QStringLiteral("确定"));
+    button->setObjectName(QStringLiteral("confirmButton"));
     button->setDefault(true);
     button->setFixedSize(65, 30);
     button->setStyleSheet(QStringLiteral("QPushButton{color:#ffffff;background-color:#0A1728;border-style:solid;"

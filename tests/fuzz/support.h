@@ -2,22 +2,9 @@
 
 #include <QByteArray>
 
-#include <cstddef>
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
+/// What each target defines: requires of its parser what must hold for this input. It is called under the code page of
+/// a development machine, and under that of the machines that the program is for.
+void checkInput(const QByteArray &bytes);
 
 /// Ends the run, which keeps the input as a finding, unless the promise holds.
-inline void require(bool holds, const char *promise)
-{
-    if (holds)
-        return;
-    std::fprintf(stderr, "Broken promise: %s\n", promise);
-    std::abort();
-}
-
-/// The input as bytes that are not copied; valid during the run.
-inline QByteArray bytesOf(const std::uint8_t *data, std::size_t size)
-{
-    return QByteArray::fromRawData(reinterpret_cast<const char *>(data), static_cast<int>(size));
-}
+void require(bool holds, const char *promise);

@@ -1,494 +1,264 @@
-// The real program under load for minutes: a dozen printers and a user, a spooler and a cloud service that misbehaves,
-// each a process of its own. Ends with a table, and with 1 if the ledger does not balance or something was left behind.
+// soak MINUTES JOBS KILLS SEED: the real program with a dozen printers and a user, a spooler and a cloud service that
+// misbehaves, each a process of its own: under load until so many minutes are over and so many jobs are printed, or
+// killed so often. Ends with a table, and with 1 if the ledger does not balance or something was left behind.
 
 #include "tests/soak/ledger.h"
-#include "tests/soak/kills.h"
 #include "tests/support/processfigures.h"
+#include "tests/support/storecontent.h"
 #include "tests/support/uidriver.h"
 
 #include <QApplication>
-#include <QCommandLineParser>
-#include <QCryptographicHash>
-#include <QElapsedTimer>
-#include <QRandomGenerator>
-#include <QSet>
-#include <QTcpSocket>
+#include <QDeadlineTimer>
 #include <QTest>
 #include <QTimer>
 
 #include <algorithm>
-#include <cstdio>
-#include <functional>
-#include <memory>
 #include <vector>
 
 namespace {
 
-constexpr int printerCount = 12;
-constexpr int portOfFirstExtra = 8100 + printerCount + 1; // by the name of its port
-constexpr int kibibyte = 1024;
-constexpr int tickInterval = 100;         // ms
-constexpr int settlingTime = 8000;        // ms until the program has asked for its devices and is idle
-constexpr int restTime = 60000;           // ms between the last job and the last look at the memory
-constexpr int outcomeTime = 60000;        // ms that a job may take to its outcome
-constexpr int crowdTime = 25000;          // ms; some of a crowd have no outcome
-constexpr int longConnection = 32000;     // ms; the relay gives up after 30 s
-constexpr double memoryGrowthAllowed = 5; // MiB
-constexpr int cloudPause = 90000;         // ms between two deaths of the cloud service, at most
-constexpr int outageTime = 6000;          // ms, at most
-constexpr int lookTime = 3000;            // ms that the user looks at the details
+constexpr int printerCount = 12;         // twice as many for a number of jobs
+constexpr int tickInterval = 100;        // ms
+constexpr int settlingTime = 8000;       // ms until the program has asked for its devices and is idle
+constexpr int longestWait = 60000;       // ms for a job's outcome, for a change, and for the release of what was used
+constexpr int longestPause = 300;        // ms from an outcome to the next job
+constexpr int longestCloudLife = 120000; // ms
+constexpr int longestOutage = 6000;      // ms
+constexpr int longestLook = 3000;        // ms that the user looks at something
+constexpr double dialogSize = 0.04;      // MiB; a message about each printer stays until the program ends
 
-const QString faults = QStringLiteral("printed=78,long-printing=2,offline=3,out-of-paper=2,bare-text=2,too-large=2,"
-                                      "server-error=2,slow=2,silent=1,cut=2,result-error=1,result-cut=1,"
-                                      "result-invalid=2");
-
-/// For the printers that the user makes.
-QString extraSerial(int number)
-{
-    return QStringLiteral("5EED%1").arg(number, 12, 10, QLatin1Char('0'));
-}
-
-/// A printer that is printed to.
 struct Printer
 {
     QString queue;
     QString serial;
-    QVector<qint64> running; ///< sizes of the jobs without an outcome
-    QElapsedTimer sincePrinted;
-    int pause = 0; ///< ms from the last outcome to the next job
-    bool inCrowd = false;
+    QString excuse = {};      ///< of the next jobs for having no record
+    int running = 0;          ///< size of the last job while it has no outcome
+    QDeadlineTimer next = {}; ///< batch; while a job runs, the time to give it up
     bool isPrintedTo = true;
 };
 
-/// What the program uses at one moment.
-struct Usage
+class Load
 {
-    double memory = 0; ///< MiB that it has written to
-    int descriptors = 0;
-    int threads = 0;
-
-    static Usage of(qint64 pid)
+public:
+    /// Until all three are over.
+    bool run(int minutes, int jobs, int kills, quint32 seed)
     {
-        return {ProcessFigures::privateDirtyMemory(pid), ProcessFigures::descriptors(pid),
-                ProcessFigures::threads(pid)};
+        m_ledger.seed(seed);
+        startCloud();
+        expect(m_world.startSpooler() && m_user.startProgram(), "the program did not start");
+        QObject::connect(&m_tick, &QTimer::timeout, [this] { tick(); });
+        m_tick.start(tickInterval);
+        for (int number = 1; number <= (jobs > 0 ? 2 : 1) * printerCount; ++number)
+            addPrinter(QString("Desk %1").arg(number));
+        // What the program loads and keeps when it first relays a job or shows a dialog, such as fonts, is not growth.
+        printOnAll();
+        liveWithPrinter();
+        QTest::qWait(settlingTime);
+        const QMap<QString, double> start = usage();
+
+        m_isLoading = true;
+        m_printers.front().isPrintedTo = kills == 0;
+        for (Printer &printer : m_printers)
+            printer.excuse = kills > 0 ? "the program was killed: no record" : "";
+        for (int number = 0; number < kills && m_ledger.isGood(); ++number)
+            killProgram(number);
+        for (const QDeadlineTimer end(minutes * 60000LL);
+             m_ledger.isGood() && (!end.hasExpired() || m_ledger.jobs() < jobs);)
+            liveWithPrinter();
+        m_isLoading = false;
+        // With a cloud that behaves: each printer must be free.
+        awaitQuiet();
+        if (m_cloud)
+            killCloud();
+        expect(QTest::qWaitFor([&] { return m_cloud; }, longestWait), "the cloud service did not start");
+        printOnAll();
+        expectNothingLeft(start);
+        return m_ledger.report();
     }
+
+private:
+    void expect(bool condition, const QString &otherwise) { m_ledger.expect(condition, otherwise); }
+    int random(int below) { return m_ledger.random(below); }
+
+    void tick()
+    {
+        if (m_isLoading && m_cloud && m_cloudChange.hasExpired())
+            killCloud();
+        if (!m_cloud)
+            m_ledger.cloudIsDown();
+        m_ledger.update();
+        for (Printer &printer : m_printers)
+            tend(printer);
+    }
+
+    void killCloud()
+    {
+        m_ledger.count("the cloud killed and started again");
+        m_cloud->kill();
+        m_cloud->waitForFinished();
+        m_cloud = nullptr;
+        QTimer::singleShot(random(longestOutage), &m_tick, [this] { startCloud(); });
+    }
+
+    /// It misbehaves while there is load.
+    void startCloud()
+    {
+        QStringList faults;
+        for (auto fault = cloudFaults.begin(); m_isLoading && fault != cloudFaults.end(); ++fault)
+            faults << QString("%1=%2").arg(fault.key()).arg(fault->first);
+        const QString seed = QString::number(random(99999));
+        m_cloud = m_world.startCloud({"--polls", "0", "--faults", faults.join(','), "--seed", seed});
+        m_ledger.cloudIsDown();
+        m_cloudChange.setRemainingTime(m_isLoading ? random(longestCloudLife) : 0);
+    }
+
+    /// Mostly prints one document; sometimes a second after it, and seldom a crowd, of which all but the first and the
+    /// last may be superseded.
+    void tend(Printer &printer)
+    {
+        // What has no outcome in time never will.
+        if (printer.running && (m_ledger.hasEnded(printer.running) || printer.next.hasExpired())) {
+            expect(m_ledger.hasEnded(printer.running) || !printer.excuse.isEmpty(), "no outcome on " + printer.queue);
+            printer.running = 0;
+            printer.next.setRemainingTime(random(longestPause));
+        }
+        if (!m_isLoading || !printer.isPrintedTo || printer.running || !printer.next.hasExpired())
+            return;
+        const int dice = random(100);
+        for (int left = dice < 85 ? 1 : dice < 98 ? 2 : 4; left > 0; --left)
+            print(printer, printer.excuse.isEmpty() && left > 1 && dice >= 98
+                               ? "superseded in the single slot: never relayed"
+                               : printer.excuse);
+    }
+
+    void print(Printer &printer, const QString &excuse = QString())
+    {
+        printer.running = m_ledger.print(printer.queue, printer.serial, excuse);
+        printer.next.setRemainingTime(longestWait);
+    }
+
+    void printOnAll()
+    {
+        for (Printer &printer : m_printers)
+            if (printer.isPrintedTo)
+                print(printer);
+        awaitQuiet();
+    }
+
+    /// For the outcomes of all jobs on printers that are not printed to any more.
+    bool awaitQuiet()
+    {
+        const auto isQuiet = [this](const Printer &p) { return p.running == 0 || (m_isLoading && p.isPrintedTo); };
+        const auto areQuiet = [&] { return std::all_of(m_printers.begin(), m_printers.end(), isQuiet); };
+        return QTest::qWaitFor(areQuiet, 2 * longestWait);
+    }
+
+    bool awaitQueue(const QString &serial, bool isThere = true)
+    {
+        return QTest::qWaitFor([&] { return m_world.queues().contains(serial) == isThere; }, longestWait);
+    }
+
+    QString newSerial() { return QString("5EED%1").arg(++m_serials, 12, 10, QChar('0')); }
+
+    /// Its card becomes the first.
+    void addPrinter(const QString &queue)
+    {
+        const QString serial = newSerial();
+        expect(m_user.addPrinter(queue, serial), "cannot add " + queue);
+        m_printers.push_back({queue, serial});
+    }
+
+    /// The one whose card is the first.
+    void changePrinter(Printer &printer)
+    {
+        printer.isPrintedTo = false;
+        expect(awaitQuiet(), "a printer did not come to rest");
+        printer.serial = newSerial();
+        m_user.click("modifyButton");
+        m_user.type("cloudSerial", printer.serial);
+        m_user.click("modifyButton");
+    }
+
+    /// What a user does. The printer is sometimes removed while a job runs.
+    void liveWithPrinter()
+    {
+        addPrinter("Extra");
+        Printer &printer = m_printers.back();
+        QTest::qWait(random(longestLook));
+        changePrinter(printer);
+        expect(awaitQueue(printer.serial), "cannot change a printer");
+        print(printer);
+        awaitQuiet();
+        printer.excuse = "printer removed while the job ran: no record";
+        printer.isPrintedTo = true;
+        expect(m_user.showDetails(random(longestLook)), "the details did not open and close");
+        printer.isPrintedTo = false;
+        if (random(3) > 0)
+            awaitQuiet();
+        m_user.click("deleteButton");
+        expect(awaitQueue(printer.serial, false), "cannot remove a printer");
+        m_printers.pop_back();
+        m_ledger.count("printers added, changed and removed");
+    }
+
+    /// While it starts, while jobs run, or while the first printer is changed, which is stored or not.
+    void killProgram(int number)
+    {
+        const bool isChange = number % 3 == 2;
+        const QString before = storeContent(m_world.path("task.db")).join('\n');
+        if (isChange && m_user.awaitWindow())
+            changePrinter(m_printers.front());
+        QTest::qWait(random(isChange ? 100 : longestLook));
+        expect(m_world.program()->state() == QProcess::Running, "the program has ended by itself");
+        m_world.program()->kill();
+        m_world.program()->waitForFinished();
+        const QString serial = m_printers.front().serial;
+        const QString changed = QString(before).replace(before.indexOf(serial.left(4)), serial.size(), serial);
+        const QString after = storeContent(m_world.path("task.db")).join('\n');
+        expect(after.startsWith("ok\n") && (after == before || after == changed), "the store: " + after);
+        m_ledger.count("changes that were stored before the kill", isChange && after == changed);
+        for (Printer &other : m_printers)
+            other.next.setRemainingTime(0); // its job may have no outcome
+        m_world.startProgram();
+    }
+
+    QMap<QString, double> usage() const
+    {
+        const qint64 pid = m_world.program()->processId();
+        return {{"descriptors", ProcessFigures::descriptors(pid)},
+                {"memory written to, MiB", ProcessFigures::privateDirtyMemory(pid)},
+                {"threads", ProcessFigures::threads(pid)}};
+    }
+
+    void expectNothingLeft(const QMap<QString, double> &start)
+    {
+        expect(m_world.program()->state() == QProcess::Running, "the program has ended");
+        for (const QString &name : start.keys()) {
+            const double growth = name.startsWith("memory") ? 5 + m_serials * dialogSize : 0;
+            const auto isReleased = [&] { return usage()[name] <= start[name] + growth; };
+            expect(QTest::qWaitFor(isReleased, longestWait), name + " were left behind");
+            m_ledger.count(name + ", at the start", start[name]);
+            m_ledger.count(name + ", in the end", usage()[name]);
+        }
+    }
+
+    Ledger m_ledger;
+    World &m_world = m_ledger.world;
+    UiDriver m_user{m_world};
+    QProcess *m_cloud = nullptr; ///< null while it is down
+    QDeadlineTimer m_cloudChange;
+    QTimer m_tick;
+    std::vector<Printer> m_printers;
+    int m_serials = 0;
+    bool m_isLoading = false;
 };
 
 } // namespace
 
-class Soak : public QObject
-{
-    Q_OBJECT
-
-public:
-    Soak(int minutes, quint32 seed);
-    bool run();
-
-private:
-    // The stage.
-    bool setUp();
-    QStringList withFaults();
-    void startCloud(const QStringList &options);
-    void tick();
-    bool wait(const std::function<bool()> &condition, int timeout);
-
-    // The load.
-    void tendCloud();
-    void endOutage();
-    void tendPrinter(Printer &printer);
-    void printBatch(Printer &printer);
-    void print(Printer &printer, qint64 size, Circumstance circumstance);
-    qint64 newSize();
-    static bool isQuiet(const Printer &printer) { return printer.running.isEmpty(); }
-
-    // The user.
-    void useEverythingOnce();
-    void work();
-    void keepConnectionOpen();
-    void liveWithPrinter();
-    Printer *addPrinter();
-    void changePrinter(Printer &printer);
-    void removePrinter(Printer &printer);
-    void complain(const QString &what) { m_errors << what; }
-
-    // The end.
-    void awaitQuiet();
-    void printOnceMore();
-    void judgeLeftovers();
-    bool report() const;
-
-    const int m_minutes;
-    QRandomGenerator m_random;
-    World m_world;
-    Ledger m_ledger;
-    UiDriver m_user;
-    QProcess *m_cloud = nullptr;
-    QTimer m_tick;
-    QElapsedTimer m_sinceCloudChange;
-    QDateTime m_outageBegan;
-    int m_cloudChangeAfter = cloudPause / 4; // ms; the first time soon, so that a short run has one, too
-    std::vector<std::unique_ptr<Printer>> m_printers;
-    QSet<qint64> m_sizes;
-    Usage m_start;
-    Usage m_end;
-    double m_peakMemory = 0;
-    int m_lives = 0;
-    int m_outages = 0;
-    bool m_isLoading = false;
-    QStringList m_errors;
-};
-
-Soak::Soak(int minutes, quint32 seed)
-    : m_minutes(minutes)
-    , m_random(seed)
-    , m_ledger(m_world.path(), m_world.path(QStringLiteral("cloud")))
-    , m_user(m_world)
-{
-    connect(&m_tick, &QTimer::timeout, this, &Soak::tick);
-}
-
-bool Soak::setUp()
-{
-    QStringList queues;
-    for (int i = 0; i < printerCount; ++i)
-        queues << QStringLiteral("打印机 %1").arg(i + 1);
-    if (!m_world.addPrinters(queues) || !m_world.startSpooler())
-        return false;
-    for (int i = 0; i < printerCount; ++i) {
-        m_printers.push_back(std::make_unique<Printer>());
-        m_printers.back()->queue = queues.at(i);
-        m_printers.back()->serial = m_world.serial(i);
-    }
-    startCloud(withFaults());
-    return m_user.startProgram();
-}
-
-QStringList Soak::withFaults()
-{
-    return {"--fates", faults, "--seed", QString::number(m_random.bounded(1000000))};
-}
-
-void Soak::startCloud(const QStringList &options)
-{
-    m_cloud = m_world.startCloud(QStringList{"--polls", "0"} + options);
-    if (!m_cloud)
-        complain(QStringLiteral("the cloud service did not start"));
-    m_sinceCloudChange.start();
-}
-
-bool Soak::wait(const std::function<bool()> &condition, int timeout)
-{
-    return QTest::qWaitFor(condition, timeout);
-}
-
-void Soak::tick()
-{
-    m_ledger.update();
-    m_peakMemory = qMax(m_peakMemory, ProcessFigures::privateDirtyMemory(m_world.program()->processId()));
-    if (m_isLoading)
-        tendCloud();
-    for (const auto &printer : m_printers)
-        tendPrinter(*printer);
-}
-
-/// Kills the cloud service now and then, and starts it again.
-void Soak::tendCloud()
-{
-    if (!m_sinceCloudChange.hasExpired(m_cloudChangeAfter))
-        return;
-    if (m_outageBegan.isNull()) {
-        m_outageBegan = QDateTime::currentDateTime();
-        ++m_outages;
-        m_cloud->kill();
-        m_cloud->waitForFinished();
-        m_cloudChangeAfter = m_random.bounded(outageTime);
-        m_sinceCloudChange.start();
-    } else {
-        endOutage();
-    }
-}
-
-void Soak::endOutage()
-{
-    startCloud(withFaults());
-    m_ledger.addCloudOutage(m_outageBegan, QDateTime::currentDateTime());
-    m_outageBegan = QDateTime();
-    m_cloudChangeAfter = cloudPause / 3 + m_random.bounded(cloudPause * 2 / 3);
-}
-
-void Soak::tendPrinter(Printer &printer)
-{
-    const bool wasQuiet = isQuiet(printer);
-    const auto hasEnded = [&](qint64 size) { return m_ledger.hasEnded(size); };
-    printer.running.erase(std::remove_if(printer.running.begin(), printer.running.end(), hasEnded),
-                          printer.running.end());
-    // What has no outcome by now never will; the ledger says whether it should have.
-    if (printer.sincePrinted.isValid() && printer.sincePrinted.hasExpired(printer.inCrowd ? crowdTime : outcomeTime))
-        printer.running.clear();
-    if (!isQuiet(printer))
-        return;
-    if (!wasQuiet) {
-        printer.pause = m_random.bounded(300);
-        printer.sincePrinted.start();
-    }
-    if (m_isLoading && printer.isPrintedTo &&
-        (!printer.sincePrinted.isValid() || printer.sincePrinted.hasExpired(printer.pause)))
-        printBatch(printer);
-}
-
-/// Mostly one document; sometimes a second after it, and seldom a crowd.
-void Soak::printBatch(Printer &printer)
-{
-    const int dice = m_random.bounded(100);
-    printer.inCrowd = dice >= 98;
-    const int count = printer.inCrowd ? 4 : dice >= 85 ? 2 : 1;
-    const Circumstance circumstance = printer.inCrowd ? Circumstance::InCrowd
-                                      : count == 2    ? Circumstance::InSlot
-                                                      : Circumstance::Alone;
-    for (int i = 0; i < count; ++i)
-        print(printer, newSize(), circumstance);
-}
-
-/// In bytes; unlike all before.
-qint64 Soak::newSize()
-{
-    qint64 size = 0;
-    do {
-        const bool isLarge = m_random.bounded(100) == 0;
-        size = isLarge ? 20 * kibibyte * kibibyte + m_random.bounded(kibibyte)
-                       : m_random.bounded(10 * kibibyte, 300 * kibibyte);
-    } while (m_sizes.contains(size));
-    m_sizes.insert(size);
-    return size;
-}
-
-void Soak::print(Printer &printer, qint64 size, Circumstance circumstance)
-{
-    QByteArray bytes(int(size), '\0');
-    m_random.fillRange(reinterpret_cast<quint32 *>(bytes.data()), size / qint64(sizeof(quint32)));
-    const QString document = QStringLiteral("文档 %1").arg(size);
-    m_ledger.add({size, QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex(), printer.serial, document,
-                  QDateTime::currentDateTime(), circumstance});
-    if (!m_world.print(printer.queue, document, bytes))
-        complain(QStringLiteral("cannot print on ") + printer.queue);
-    printer.running.append(size);
-    printer.sincePrinted.start();
-}
-
-/// What the program loads and keeps when it first shows a dialog or relays a job, such as fonts, is not growth.
-void Soak::useEverythingOnce()
-{
-    for (const auto &printer : m_printers)
-        print(*printer, newSize(), Circumstance::Alone);
-    liveWithPrinter();
-    awaitQuiet();
-}
-
-/// What a user does with printers, again and again.
-void Soak::work()
-{
-    keepConnectionOpen();
-    while (m_isLoading) {
-        liveWithPrinter();
-        QTest::qWait(1000 + m_random.bounded(3000));
-    }
-}
-
-Printer *Soak::addPrinter()
-{
-    ++m_lives;
-    auto printer = std::make_unique<Printer>();
-    printer->queue = QStringLiteral("Extra %1").arg(m_lives);
-    printer->serial = extraSerial(1000 + m_lives);
-    const bool isAdded = m_user.addPrinter(printer->queue, printer->serial);
-    if (!isAdded || !m_world.queues().contains(printer->serial)) {
-        complain(QStringLiteral("cannot add ") + printer->queue);
-        return nullptr;
-    }
-    m_printers.push_back(std::move(printer));
-    return m_printers.back().get();
-}
-
-/// A new printer is kept busy by a connection that stays, which leaves it busy for good. It is removed again.
-void Soak::keepConnectionOpen()
-{
-    Printer *printer = addPrinter();
-    if (!printer)
-        return;
-    printer->isPrintedTo = false;
-    wait([&] { return isQuiet(*printer); }, outcomeTime);
-    QTcpSocket socket;
-    socket.connectToHost(QHostAddress::LocalHost, portOfFirstExtra);
-    socket.waitForConnected();
-    socket.write("?");
-    QTest::qWait(longConnection);
-    socket.abort();
-    print(*printer, newSize(), Circumstance::BusyForGood);
-    QTest::qWait(lookTime);
-    printer->running.clear();
-    removePrinter(*printer);
-}
-
-void Soak::liveWithPrinter()
-{
-    Printer *printer = addPrinter();
-    if (!printer)
-        return;
-    QTest::qWait(m_random.bounded(lookTime));
-    if (!m_user.showDetails(m_random.bounded(lookTime)))
-        complain(QStringLiteral("the details did not open and close"));
-    changePrinter(*printer);
-    if (!m_user.showDetails(m_random.bounded(lookTime)))
-        complain(QStringLiteral("the details did not open and close"));
-    QTest::qWait(m_random.bounded(lookTime));
-    printer->isPrintedTo = false;
-    if (m_random.bounded(3) > 0)
-        wait([&] { return isQuiet(*printer); }, outcomeTime);
-    removePrinter(*printer);
-}
-
-void Soak::changePrinter(Printer &printer)
-{
-    printer.isPrintedTo = false;
-    if (!wait([&] { return isQuiet(printer); }, outcomeTime + tickInterval))
-        complain(printer.queue + QStringLiteral(" did not come to rest"));
-    const QString name = QStringLiteral("Changed %1").arg(m_lives);
-    const QString serial = extraSerial(2000 + m_lives);
-    m_user.click(QStringLiteral("modifyButton"));
-    m_user.type(QStringLiteral("printerName"), name);
-    m_user.type(QStringLiteral("cloudSerial"), serial);
-    m_user.click(QStringLiteral("modifyButton"));
-    if (!wait([&] { return m_world.queues().contains(name) && m_world.queues().contains(serial); }, outcomeTime))
-        complain(QStringLiteral("cannot change ") + printer.queue);
-    printer.queue = name;
-    printer.serial = serial;
-    printer.isPrintedTo = true;
-}
-
-void Soak::removePrinter(Printer &printer)
-{
-    for (const qint64 size : qAsConst(printer.running))
-        if (!m_ledger.hasEnded(size))
-            m_ledger.setCircumstance(size, Circumstance::OnRemoved);
-    printer.isPrintedTo = false;
-    m_user.click(QStringLiteral("deleteButton"));
-    if (!wait([&] { return !m_world.queues().contains(printer.serial); }, outcomeTime))
-        complain(QStringLiteral("cannot remove ") + printer.queue);
-    m_printers.erase(std::find_if(m_printers.begin(), m_printers.end(),
-                                  [&](const auto &candidate) { return candidate.get() == &printer; }));
-}
-
-void Soak::awaitQuiet()
-{
-    wait(
-        [this] { return std::all_of(m_printers.begin(), m_printers.end(), [](const auto &p) { return isQuiet(*p); }); },
-        outcomeTime + tickInterval);
-}
-
-/// With a cloud that behaves: each printer must be free for it.
-void Soak::printOnceMore()
-{
-    if (!m_outageBegan.isNull())
-        endOutage();
-    awaitQuiet();
-    m_cloud->terminate();
-    m_cloud->waitForFinished();
-    startCloud({});
-    QVector<qint64> sizes;
-    for (const auto &printer : m_printers) {
-        print(*printer, newSize(), Circumstance::Alone);
-        sizes += printer->running;
-    }
-    awaitQuiet();
-    for (const qint64 size : qAsConst(sizes))
-        if (!m_ledger.hasEnded(size))
-            complain(QStringLiteral("a printer was left busy: the last job, of %1 bytes, has no outcome").arg(size));
-}
-
-void Soak::judgeLeftovers()
-{
-    if (m_world.program()->state() != QProcess::Running)
-        complain(QStringLiteral("the program has ended"));
-    if (m_end.memory - m_start.memory > memoryGrowthAllowed)
-        complain(QStringLiteral("the program has grown by %1 MiB").arg(m_end.memory - m_start.memory));
-    if (m_end.descriptors > m_start.descriptors || m_end.threads > m_start.threads)
-        complain(QStringLiteral("descriptors or threads stayed behind"));
-}
-
-bool Soak::run()
-{
-    if (!setUp()) {
-        std::fputs("the program did not come up\n", stderr);
-        return false;
-    }
-    m_tick.start(tickInterval);
-    useEverythingOnce();
-    QTest::qWait(settlingTime);
-    m_start = Usage::of(m_world.program()->processId());
-    m_isLoading = true;
-    QTimer::singleShot(m_minutes * 60000, this, [this] { m_isLoading = false; });
-    work();
-    printOnceMore();
-    QTest::qWait(restTime);
-    m_end = Usage::of(m_world.program()->processId());
-    judgeLeftovers();
-    return report();
-}
-
-bool Soak::report() const
-{
-    const Balance balance = m_ledger.balance();
-    const auto row = [](const char *name, const QString &value) {
-        std::printf("%-46s %s\n", name, value.toUtf8().constData());
-    };
-    const auto count = [&](const char *name, qint64 value) { row(name, QString::number(value)); };
-    const auto span = [&](const char *name, double start, double end) {
-        row(name, QStringLiteral("%1 at the start, %2 at the end").arg(start).arg(end));
-    };
-    count("jobs printed", balance.jobs);
-    row("bytes printed", QStringLiteral("%1 MiB").arg(double(balance.bytes) / kibibyte / kibibyte, 0, 'f', 0));
-    count("submissions received by the cloud", balance.submissions);
-    count("journal records", balance.records);
-    for (auto outcome = balance.outcomes.begin(); outcome != balance.outcomes.end(); ++outcome)
-        row(qUtf8Printable(QStringLiteral("    ") + outcome.key()), QString::number(outcome.value()));
-    std::puts("exceptions by intention");
-    for (auto exception = balance.exceptions.begin(); exception != balance.exceptions.end(); ++exception)
-        row(qUtf8Printable(QStringLiteral("    ") + exception.key()), QString::number(exception.value()));
-    count("cloud service killed and restarted", m_outages);
-    count("printers added, changed and removed", m_lives);
-    span("private memory, MiB", m_start.memory, m_end.memory);
-    row("    at its peak", QStringLiteral("%1 MiB").arg(m_peakMemory));
-    span("descriptors", m_start.descriptors, m_end.descriptors);
-    span("threads", m_start.threads, m_end.threads);
-    const QStringList errors = m_errors + balance.errors;
-    for (const QString &error : errors)
-        std::fprintf(stderr, "ERROR: %s\n", error.toUtf8().constData());
-    return errors.isEmpty();
-}
-
 int main(int argc, char *argv[])
 {
     QApplication application(argc, argv);
-    QCommandLineParser parser;
-    parser.addPositionalArgument(QStringLiteral("MINUTES"), QStringLiteral("how long the load lasts (10)"));
-    parser.addOption({QStringLiteral("seed"), QStringLiteral("of all that is random"), QStringLiteral("N")});
-    parser.addOption(
-        {QStringLiteral("kills"), QStringLiteral("kill the program so often instead"), QStringLiteral("N")});
-    parser.addHelpOption();
-    parser.process(application);
-    const QString seedText = parser.value(QStringLiteral("seed"));
-    const quint32 seed = seedText.isEmpty() ? QRandomGenerator::global()->generate() : seedText.toUInt();
-    const int kills = parser.value(QStringLiteral("kills")).toInt();
-    if (kills > 0)
-        return runKills(kills, seed) ? 0 : 1;
-    const int minutes = parser.positionalArguments().value(0, QStringLiteral("10")).toInt();
-    if (minutes <= 0)
-        parser.showHelp(1);
-    std::printf("%d minutes of load, seed %u\n", minutes, seed);
-    std::fflush(stdout);
-    const bool isGood = Soak(minutes, seed).run();
-    std::puts(isGood ? "The ledger balances" : "The ledger does not balance, or something was left behind");
-    return isGood ? 0 : 1;
+    const QStringList arguments = application.arguments();
+    const auto number = [&](int position) { return arguments.value(position).toInt(); };
+    return Load().run(number(1), number(2), number(3), quint32(number(4))) ? 0 : 1;
 }
-
-#include "soak.moc"

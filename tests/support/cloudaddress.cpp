@@ -2,9 +2,7 @@
 
 #include "src/cloud/baseaddress.h"
 
-namespace {
-QString baseAddress;
-}
+static QString baseAddress;
 
 QString cloudBaseAddress()
 {

@@ -1,36 +1,23 @@
 #include "tests/support/desktop.h"
 
-#include <QProcessEnvironment>
-
 namespace {
 
 constexpr int timeout = 10000; // ms
 
-QStringList lines(const QString &text)
-{
-    return text.split('\n', Qt::SkipEmptyParts);
-}
-
 } // namespace
 
 Desktop::Desktop(const QString &display)
-    : m_display(display)
 {
-    if (display.isEmpty())
-        startServer();
-}
-
-void Desktop::startServer()
-{
+    m_environment.insert("DISPLAY", display);
+    if (!display.isEmpty())
+        return;
     // The server writes the number of the display that it has chosen to the given descriptor, its standard output.
     // Without -noreset it restarts when its last client leaves, and refuses connections meanwhile.
     start("Xvfb", {"-displayfd", "1", "-screen", "0", "1280x800x24", "-dpi", "96", "-nolisten", "tcp", "-noreset"});
     QProcess &server = *m_processes.front();
     while (!server.canReadLine() && server.waitForReadyRead(timeout)) {
     }
-    const QByteArray number = server.readLine().trimmed();
-    if (!number.isEmpty())
-        m_display = ':' + QString::fromLatin1(number);
+    m_environment.insert("DISPLAY", ':' + QString::fromLatin1(server.readLine().trimmed()));
 }
 
 /// The display last.
@@ -42,23 +29,10 @@ Desktop::~Desktop()
     }
 }
 
-void Desktop::startWindowManager()
-{
-    start("openbox");
-    m_hasWindowManager = true;
-}
-
-void Desktop::startTray()
-{
-    start("trayer", {"--edge", "bottom", "--align", "right", "--widthtype", "request", "--height", "28"});
-}
-
 void Desktop::start(const QString &program, const QStringList &arguments)
 {
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("DISPLAY", m_display);
     m_processes.push_back(std::make_unique<QProcess>());
-    m_processes.back()->setProcessEnvironment(environment);
+    m_processes.back()->setProcessEnvironment(m_environment);
     m_processes.back()->start(program, arguments);
     m_processes.back()->waitForStarted();
 }
@@ -73,19 +47,13 @@ QStringList Desktop::windows(const QSize &size) const
     return found;
 }
 
-QStringList Desktop::windows(const QString &titlePattern) const
-{
-    return lines(hand({"search", "--onlyvisible", "--name", titlePattern}));
-}
-
 bool Desktop::clickTrayIcon(qint64 process, const QStringList &click) const
 {
     constexpr int smallestDialog = 60;
     const QStringList all =
-        lines(hand({"search", "--onlyvisible", "--all", "--pid", QString::number(process), "--name", ""}));
+        lines({"search", "--onlyvisible", "--all", "--pid", QString::number(process), "--name", ""});
     for (const QString &window : all) {
-        const int width = sizeOf(window).width();
-        if (width <= 1 || width >= smallestDialog)
+        if (const int width = sizeOf(window).width(); width <= 1 || width >= smallestDialog)
             continue;
         hand(QStringList{"mousemove", "--window", window, "10", "10", "click"} + click);
         return true;
@@ -102,29 +70,20 @@ QSize Desktop::sizeOf(const QString &window) const
 
 void Desktop::click(const QString &window, const QPoint &position) const
 {
-    if (!m_hasWindowManager)
-        hand({"windowfocus", window});
-    hand({"mousemove", "--window", window, QString::number(position.x()), QString::number(position.y()), "click", "1"});
+    hand({"windowfocus", window, "mousemove", "--window", window, QString::number(position.x()),
+          QString::number(position.y()), "click", "1"});
 }
 
-void Desktop::type(const QString &window, const QPoint &position, const QString &text) const
+void Desktop::type(const QString &text) const
 {
-    click(window, position);
     press({"ctrl+a", "Delete"});
     hand({"type", text});
-}
-
-void Desktop::press(const QStringList &keys) const
-{
-    hand(QStringList{"key", "--delay", "100"} + keys);
 }
 
 QString Desktop::hand(const QStringList &arguments) const
 {
     QProcess process;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("DISPLAY", m_display);
-    process.setProcessEnvironment(environment);
+    process.setProcessEnvironment(m_environment);
     process.start("xdotool", arguments);
     process.waitForFinished(timeout);
     return QString::fromUtf8(process.readAllStandardOutput());

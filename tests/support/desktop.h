@@ -2,8 +2,8 @@
 
 #include <QPoint>
 #include <QProcess>
+#include <QProcessEnvironment>
 #include <QSize>
-#include <QString>
 #include <QStringList>
 
 #include <memory>
@@ -18,16 +18,16 @@ public:
     ~Desktop();
     Q_DISABLE_COPY(Desktop)
 
-    void startWindowManager();
+    void startWindowManager() { start("openbox"); }
     /// A host for tray icons, at the lower right.
-    void startTray();
+    void startTray() { start("trayer", {"--edge", "bottom", "--align", "right", "--widthtype", "request"}); }
 
-    /// For DISPLAY; empty when the display did not start.
-    const QString &display() const { return m_display; }
+    /// For DISPLAY.
+    QString display() const { return m_environment.value("DISPLAY"); }
 
-    /// Identifiers of the visible windows of that size, or with a title that matches.
+    /// Identifiers of the visible windows of that size, or with a title that matches a pattern.
     QStringList windows(const QSize &size) const;
-    QStringList windows(const QString &titlePattern) const;
+    QStringList windows(const QString &title) const { return lines({"search", "--onlyvisible", "--name", title}); }
 
     /// The window that has the keyboard.
     QString activeWindow() const { return hand({"getactivewindow"}).trimmed(); }
@@ -37,19 +37,18 @@ public:
     /// mouse button of xdotool, with its options before it. False while there is no icon.
     bool clickTrayIcon(qint64 process, const QStringList &click) const;
 
-    /// Clicks into a line edit and replaces its text.
-    void type(const QString &window, const QPoint &position, const QString &text) const;
+    /// Replaces the text of the line edit that has the keyboard.
+    void type(const QString &text) const;
 
     /// Presses keys in the window that has the keyboard.
-    void press(const QStringList &keys) const;
+    void press(const QStringList &keys) const { hand(QStringList{"key", "--delay", "100"} + keys); }
 
 private:
-    void startServer();
     void start(const QString &program, const QStringList &arguments = {});
     QString hand(const QStringList &arguments) const;
+    QStringList lines(const QStringList &arguments) const { return hand(arguments).split('\n', Qt::SkipEmptyParts); }
     QSize sizeOf(const QString &window) const;
 
+    QProcessEnvironment m_environment = QProcessEnvironment::systemEnvironment();
     std::vector<std::unique_ptr<QProcess>> m_processes;
-    QString m_display;
-    bool m_hasWindowManager = false;
 };

@@ -14,12 +14,11 @@
 class FileSizeLimit
 {
 public:
-    explicit FileSizeLimit(long long bytes)
+    explicit FileSizeLimit(rlim_t bytes)
     {
         signal(SIGXFSZ, SIG_IGN);
         getrlimit(RLIMIT_FSIZE, &m_before);
-        rlimit limit = m_before;
-        limit.rlim_cur = rlim_t(bytes);
+        const rlimit limit{bytes, m_before.rlim_max};
         setrlimit(RLIMIT_FSIZE, &limit);
     }
     ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &m_before); }

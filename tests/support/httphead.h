@@ -20,10 +20,7 @@ inline int contentLength(const QByteArray &message)
     const QByteArray key = "\r\ncontent-length:";
     const QByteArray head = message.left(size(message)).toLower();
     const int at = head.indexOf(key);
-    if (at < 0)
-        return 0;
-    const int from = at + key.size();
-    return head.mid(from, head.indexOf('\r', from) - from).trimmed().toInt();
+    return at < 0 ? 0 : head.mid(at + key.size()).split('\r').first().trimmed().toInt();
 }
 
 } // namespace HttpHead

@@ -6,29 +6,25 @@ using namespace Win32Emulator;
 
 namespace {
 
-QString cloudId(const std::string &printer)
+/// "ID CLOUDPORT"
+QString cloudData(const std::string &printer)
 {
-    const auto value = printerData(printer, "CloudId");
-    return value ? QString::fromUtf8(value->second.c_str()) : "-";
-}
-
-QString cloudPort(const std::string &printer)
-{
-    const auto value = printerData(printer, "CloudPort");
-    if (!value)
-        return "-";
-    return QString::number(uchar(value->second[0]) | uchar(value->second[1]) << 8);
+    const auto id = printerData(printer, "CloudId");
+    const auto port = printerData(printer, "CloudPort");
+    const auto number = [&] { return QString::number(uchar(port->second[0]) | uchar(port->second[1]) << 8); };
+    return (id ? QString::fromUtf8(id->second.c_str()) : "-") + ' ' + (port ? number() : "-");
 }
 
 } // namespace
 
-void addCloudPrinter(const QString &queue, const QString &portName, quint16 port, const QString &serial)
+void addCloudPrinter(const QString &queue, const QString &portName, quint16 port, const QString &serial,
+                     const std::string &driver)
 {
     constexpr unsigned text = 1;  // REG_SZ
     constexpr unsigned bytes = 3; // REG_BINARY
     const std::string name = queue.toStdString();
     addPort(portName.toStdString(), "127.0.0.1", port);
-    addPrinter(name, portName.toStdString());
+    addPrinter(name, portName.toStdString(), driver);
     setPrinterData(name, "CloudId", text, serial.toStdString() + '\0');
     setPrinterData(name, "CloudPort", bytes, {char(port & 0xff), char(port >> 8)});
 }
@@ -43,8 +39,8 @@ QStringList machineContent()
     for (const auto &package : driverPackages())
         content << QString::fromStdString("package " + package.environment);
     for (const auto &printer : printers())
-        content << QString::fromStdString("queue " + printer.name + ' ' + printer.port + ' ' + printer.driver) + ' ' +
-                       cloudId(printer.name) + ' ' + cloudPort(printer.name);
+        content << QString::fromStdString("queue " + printer.name + ' ' + printer.port + ' ' + printer.driver + ' ') +
+                       cloudData(printer.name);
     return content;
 }
 

@@ -7,7 +7,8 @@
 #include <string>
 
 /// Adds a queue of ours to the emulated spooler, with its port on 127.0.0.1 and its printer data.
-void addCloudPrinter(const QString &queue, const QString &portName, quint16 port, const QString &serial);
+void addCloudPrinter(const QString &queue, const QString &portName, quint16 port, const QString &serial,
+                     const std::string &driver = "Orvo OX-410T");
 
 /// All that the emulated spooler holds, one text for each port ("port NAME HOST:NUMBER"), driver ("driver NAME VERSION
 /// ENVIRONMENT"), package and queue ("queue NAME PORT DRIVER ID CLOUDPORT"; "-" for missing printer data).

@@ -1,26 +1,13 @@
 #include "tests/support/ports.h"
 
 #include <QFile>
-
-#include <algorithm>
-
-namespace {
-
-/// A line of /proc/net/tcp is "N: LOCAL:PORT REMOTE:PORT STATE ...", in hexadecimal.
-bool isListener(const QByteArray &line, const QByteArray &suffix)
-{
-    const QList<QByteArray> fields = line.simplified().split(' ');
-    return fields.value(1).endsWith(suffix) && fields.value(3) == "0A";
-}
-
-} // namespace
+#include <QRegularExpression>
 
 bool isListening(quint16 port)
 {
+    // A line is "N: LOCAL:PORT REMOTE:PORT STATE ...", in hexadecimal; 0A is a listener.
+    const QRegularExpression line(QStringLiteral(":%1 [0-9A-F]+:[0-9A-F]+ 0A ").arg(port, 4, 16, QChar('0')),
+                                  QRegularExpression::CaseInsensitiveOption);
     QFile file(QStringLiteral("/proc/net/tcp"));
-    if (!file.open(QIODevice::ReadOnly))
-        return false;
-    const QByteArray suffix = ':' + QByteArray::number(port, 16).rightJustified(4, '0').toUpper();
-    const QList<QByteArray> lines = file.readAll().split('\n');
-    return std::any_of(lines.begin(), lines.end(), [&](const QByteArray &line) { return isListener(line, suffix); });
+    return file.open(QIODevice::ReadOnly) && QString::fromLatin1(file.readAll()).contains(line);
 }

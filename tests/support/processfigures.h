@@ -1,31 +1,24 @@
 #pragma once
 
-#include <QByteArray>
-#include <QString>
+#include <QStringList>
 
 /// What the kernel counts of a running process, this one or another. 0 when the process has gone.
-namespace ProcessFigures {
+struct ProcessFigures
+{
+    /// Memory that was written to and that no other process has a share in, in MiB.
+    static double privateDirtyMemory(qint64 pid) { return mebibytes(pid, "smaps_rollup", "Private_Dirty"); }
 
-/// A line "Name: N kB" of /proc/PID/status, in MiB: "VmRSS" is the resident memory, "VmHWM" its peak.
-double memory(qint64 pid, const QByteArray &name);
+    /// Open files and sockets.
+    static int descriptors(qint64 pid) { return entries(pid, "fd").size(); }
+    static int threads(qint64 pid) { return entries(pid, "task").size(); }
 
-/// Makes the process's peak count from now on.
-void resetPeak(qint64 pid);
-
-/// Memory that no other process has a share in, in MiB.
-double privateMemory(qint64 pid);
-
-/// That part of it that was written to: without the program and the libraries themselves.
-double privateDirtyMemory(qint64 pid);
-
-/// Processor time so far, in seconds; counted in steps of 10 ms.
-double processorTime(qint64 pid);
-
-/// Open files and sockets.
-int descriptors(qint64 pid);
-int threads(qint64 pid);
-
-/// How often its threads gave the processor up, or had to, and were woken again.
-qint64 wakeUps(qint64 pid);
-
-} // namespace ProcessFigures
+    // For further figures: what lies in /proc/PID.
+    static QByteArray content(qint64 pid, const QString &file);
+    static QStringList entries(qint64 pid, const QString &folder);
+    /// The sum of the numbers after the names that match, in a file of lines "Name: N", or of lines "Name: N kB".
+    static qint64 sum(qint64 pid, const QString &file, const QString &names);
+    static double mebibytes(qint64 pid, const QString &file, const QString &names)
+    {
+        return sum(pid, file, names) / 1024.0;
+    }
+};

@@ -1,54 +1,44 @@
 #pragma once
 
-#include <QByteArray>
-#include <QMap>
-#include <QString>
-#include <QThread>
+#include <QTcpServer>
 #include <QVector>
 
-#include <memory>
+#include <functional>
 
 /// What RawHttpPeer does with one request.
 struct PeerAnswer
 {
-    enum Ending { KeepOpen, Close };
+    QByteArray bytes; ///< written as they stand
+    int delayMs = 0;
+    bool cut = false; ///< the connection is closed after the bytes
 
-    QByteArray bytes;      ///< written as they stand once the whole request is there
-    Ending ending = Close; ///< what becomes of the connection afterwards
-    int delayMs = 0;       ///< wait before the bytes are written
-
-    /// Never says anything.
-    static PeerAnswer silence() { return {QByteArray(), KeepOpen}; }
+    static PeerAnswer silence() { return {}; }
     /// A complete answer with Content-Length.
     static PeerAnswer http(const QByteArray &statusLine, const QByteArray &body);
     static PeerAnswer ok(const QByteArray &json) { return http("200 OK", json); }
 };
 
-/// An HTTP server that follows a script, byte by byte, and keeps what it received: for what a proper server cannot be
-/// brought to do. It works on a thread of its own, so the test's thread may block.
-class RawHttpPeer
+/// An HTTP server on the test's thread that answers byte by byte as the test says and keeps what it received: for what
+/// a proper server cannot be brought to do.
+class RawHttpPeer : public QTcpServer
 {
 public:
-    /// The n-th request whose path begins with the key gets the n-th answer, later ones the last.
-    using Scripts = QMap<QByteArray, QVector<PeerAnswer>>;
+    /// `answer` is called with each complete request, header and body.
+    using Answer = std::function<PeerAnswer(const QByteArray &request)>;
 
-    /// Listens on a free port of 127.0.0.1. What no script covers gets no answer.
-    explicit RawHttpPeer(const Scripts &scripts);
-    /// One script for all requests.
-    explicit RawHttpPeer(const QVector<PeerAnswer> &script);
-    ~RawHttpPeer();
+    /// Listens on a free port of 127.0.0.1.
+    explicit RawHttpPeer(Answer answer);
+    explicit RawHttpPeer(const PeerAnswer &answer)
+        : RawHttpPeer([answer](const QByteArray &) { return answer; })
+    {
+    }
 
-    quint16 port() const;
-    /// "http://127.0.0.1:PORT"
-    QString baseAddress() const;
-    /// Complete requests whose path begins with the text.
-    int requestCount(const QByteArray &path = "/") const;
-    /// Header and body of each.
-    QVector<QByteArray> requests() const;
+    QString baseAddress() const { return QStringLiteral("http://127.0.0.1:%1").arg(serverPort()); }
+    QVector<QByteArray> requests() const { return m_requests; }
 
 private:
-    class Listener;
+    void read(QTcpSocket *socket);
 
-    QThread m_thread;
-    std::unique_ptr<Listener> m_listener;
+    const Answer m_answer;
+    QVector<QByteArray> m_requests;
 };

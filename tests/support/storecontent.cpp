@@ -12,13 +12,11 @@ QStringList storeContent(const QString &fileName)
         QSqlDatabase database = QSqlDatabase::addDatabase("QSQLITE", name);
         database.setDatabaseName(fileName);
         database.open();
-        QSqlQuery check("pragma integrity_check", database);
-        rows << (check.next() ? check.value(0).toString() : "no answer");
-        QSqlQuery query("select printer_name || ';' || driver_name || ';' || cloud_sn || ';' || port_name || ';' || "
-                        "port_num || ';' || ip from driver order by id",
-                        database);
-        while (query.next())
-            rows << query.value(0).toString();
+        for (const QString query : {"pragma integrity_check",
+                                    "select printer_name || ';' || driver_name || ';' || cloud_sn || ';' || port_name "
+                                    "|| ';' || port_num || ';' || ip from driver order by id"})
+            for (QSqlQuery answer(query, database); answer.next();)
+                rows << answer.value(0).toString();
     }
     QSqlDatabase::removeDatabase(name);
     return rows;

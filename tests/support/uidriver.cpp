@@ -27,24 +27,9 @@ UiDriver::UiDriver(World &world, const QString &display)
     world.setEnvironment("QT_QPA_PLATFORM", "xcb");
 }
 
-UiDriver::UiDriver(const QString &display)
-    : m_desktop(display)
-{
-}
-
-bool UiDriver::startProgram()
-{
-    return !m_desktop.display().isEmpty() && m_world->startProgram() && awaitWindow();
-}
-
-bool UiDriver::awaitWindow() const
+bool UiDriver::awaitWindow()
 {
     return QTest::qWaitFor([this] { return !window().isEmpty(); }, windowTimeout);
-}
-
-QString UiDriver::window() const
-{
-    return m_desktop.windows(m_model.window().size()).value(0);
 }
 
 bool UiDriver::click(const QString &name)
@@ -57,10 +42,9 @@ bool UiDriver::click(const QString &name)
 
 bool UiDriver::type(const QString &name, const QString &text)
 {
-    auto *widget = m_model.find<QWidget>(name);
-    if (widget)
-        m_desktop.type(window(), placeOf(widget), text);
-    return widget;
+    const bool isFound = click(name);
+    m_desktop.type(text);
+    return isFound;
 }
 
 /// Only the page that is shown is laid out.
@@ -76,7 +60,7 @@ QPoint UiDriver::placeOf(QWidget *widget)
 bool UiDriver::closeMessage(int timeout)
 {
     ErrorDialog model{QString()};
-    return closeDialog(model, WindowFixture::confirmButton(&model), timeout);
+    return closeDialog(model, model.findChild<QPushButton *>("confirmButton"), timeout);
 }
 
 bool UiDriver::addPrinter(const QString &name, const QString &serial)

@@ -4,6 +4,8 @@
 #include "tests/support/windowfixture.h"
 #include "tests/support/world.h"
 
+#include <QTest>
+
 /// Uses the real program by mouse and keyboard. Widgets are named by their object names; those of a card mean the first
 /// card. Places and sizes come from a model: a window of this process that is laid out by the same code, with two
 /// printers on an emulated machine of its own. Needs a QApplication.
@@ -13,16 +15,20 @@ public:
     /// Programs that the world starts from now on appear on the display, or on one of the driver's own.
     explicit UiDriver(World &world, const QString &display = QString());
     /// Uses a program that somebody else has started on the display.
-    explicit UiDriver(const QString &display);
+    explicit UiDriver(const QString &display)
+        : m_desktop(display)
+    {
+    }
 
     /// Starts the program and waits for its window.
-    bool startProgram();
+    bool startProgram() { return m_world->startProgram() && awaitWindow(); }
     /// Waits for the window of a program that somebody else has started.
-    bool awaitWindow() const;
+    bool awaitWindow();
 
     Desktop &desktop() { return m_desktop; }
-    /// The identifier of the program's window; empty while it is not shown.
-    QString window() const;
+    /// The identifier of the program's window, empty while it is not shown, and its unscaled size.
+    QString window() const { return m_desktop.windows(size()).value(0); }
+    QSize size() const { return m_model.window().size(); }
 
     /// False when there is no such widget.
     bool click(const QString &name);
@@ -39,18 +45,17 @@ public:
     bool showDetails(int milliseconds);
 
 private:
-    QPoint placeOf(QWidget *widget);
-    bool closeDialog(QWidget &model, const QWidget *button, int timeout, int showTime = 0);
-
-    /// Before the model: the emulated machine that it finds.
     struct ModelMachine
     {
         ModelMachine() { qputenv("WIN32_EMULATOR_HOME", home.path().toLocal8Bit()); }
         QTemporaryDir home;
     };
 
+    QPoint placeOf(QWidget *widget);
+    bool closeDialog(QWidget &model, const QWidget *button, int timeout, int showTime = 0);
+
     World *m_world = nullptr;
     Desktop m_desktop;
-    ModelMachine m_modelMachine;
+    ModelMachine m_machine; // before the model, which looks for it
     WindowFixture m_model{"http://127.0.0.1:9", 2, "queue", 18101};
 };

@@ -1,14 +1,13 @@
 #pragma once
 
 #include "emulator/cloud/cloudservice.h"
-#include "src/cloud/protocol.h"
 #include "tests/support/cloudaddress.h"
 #include "tests/support/logrecorder.h"
 #include "tests/support/rawhttppeer.h"
 #include "src/ui/velmainwindow.h"
 
-#include <QElapsedTimer>
-#include <QStringList>
+#include <QCoreApplication>
+#include <QDir>
 #include <QTimer>
 
 #include <functional>
@@ -16,38 +15,24 @@
 #include <vector>
 
 class DriverItem;
-class QPushButton;
 
-// Requests and answers for the scripts of a RawHttpPeer.
+// Requests of a printer, and answers to the first printer of a WindowFixture.
 namespace Script {
 
 const QByteArray submission = "/v1.1/transparentPrinting";
 const QByteArray result = "/v1.1/printResult";
 const QByteArray device = "/v1.1/getNumberStatu";
 
-const PeerAnswer accepted = PeerAnswer::ok(R"({"data":{"veltraId":"V1"}})");
-const PeerAnswer printed = PeerAnswer::ok(R"({"data":{"0123456789ABCDEF":"打印成功"}})");
+const PeerAnswer accepted = PeerAnswer::ok(R"({"data":{"veltraId":"0123456789ABCDEF"}})");
+const PeerAnswer bareText = PeerAnswer::ok(R"({"data":"任务不存在"})");
 const PeerAnswer online = PeerAnswer::ok(R"({"code":0,"data":"16"})");
 
-/// A job's status for the first printer of a WindowFixture.
 inline PeerAnswer status(const QByteArray &text)
 {
     return PeerAnswer::ok("{\"data\":{\"0123456789ABCDEF\":\"" + text + "\"}}");
 }
 
-constexpr int largestAnswer = 1024 * 1024; // bytes that the program reads
-
-/// The JSON, followed by blanks up to `size` bytes.
-inline PeerAnswer padded(const QByteArray &json, int size)
-{
-    return PeerAnswer::ok(json.leftJustified(size));
-}
-
-/// Closes the connection after the bytes.
-inline PeerAnswer cut(const QByteArray &bytes)
-{
-    return {bytes, PeerAnswer::Close};
-}
+const PeerAnswer printed = status("打印成功");
 
 } // namespace Script
 
@@ -60,21 +45,19 @@ public:
     /// `firstPort`.
     explicit WindowFixture(const QString &cloudAddress, int printers = 1, const QString &firstQueue = "前台",
                            quint16 firstPort = 8101);
-    ~WindowFixture();
     Q_DISABLE_COPY(WindowFixture)
 
     /// Closes the window and opens a new one on the same machine.
     void reopen();
 
+    /// Spools a document and sends it. It stays in the queue as the job that is printing; returns its number.
+    unsigned send(const QString &document, const QByteArray &bytes, int printer);
     /// Prints a document. Returns when it is sent and its relay has begun.
     void print(const QString &document, const QByteArray &bytes = "bytes", int printer = 0);
 
-    /// Waits until the journal has `count` records. Returns them without the processing time, whose form is checked.
-    QStringList records(int count, int timeout = 5000, int printer = 0);
+    /// Waits until a printer's journal has `count` records. Returns them without the processing time, which is checked.
     QStringList recordsOf(const QString &cloudSerial, int count, int timeout = 5000);
-
-    /// Whether the next job goes through to the cloud, so the printer was not left busy.
-    bool takesTheNextJob(const QString &goodCloudAddress);
+    QStringList records(int count) { return recordsOf(serial(), count); }
 
     /// The texts of the message dialogs that were closed so far.
     QStringList messages() const { return m_messages; }
@@ -86,8 +69,8 @@ public:
 
     /// Makes a printer that the window has added or renamed the next one for print() and port().
     void know(const QString &queue, quint16 port) { m_printers.push_back({queue, port}); }
-    DriverItem *card() const;
-    QString deviceState() const;
+    /// The cards that were there at first are in the order of their printers. Null when there is none.
+    DriverItem *card(int printer = 0) const;
 
     VelMainWindow &window() const { return *m_window; }
     template <typename Widget>
@@ -97,8 +80,6 @@ public:
     }
 
     static QString serial(int printer = 0);
-    /// The button that closes a message dialog.
-    static QPushButton *confirmButton(const QWidget *dialog);
     LogRecorder log;
 
 private:
@@ -110,6 +91,7 @@ private:
         quint16 port;
     };
 
+    QDir m_details{QCoreApplication::applicationDirPath() + "/details"};
     std::vector<Printer> m_printers;
     std::unique_ptr<VelMainWindow> m_window;
     QTimer m_user;

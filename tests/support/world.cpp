@@ -1,14 +1,12 @@
 #include "tests/support/world.h"
 
 #include "src/store/journal.h"
-#include "tests/support/ports.h"
 
 #include <QDir>
 #include <QFile>
 #include <QTest>
 #include <QUrl>
 
-#include <algorithm>
 #include <atomic>
 
 namespace {
@@ -16,48 +14,20 @@ namespace {
 constexpr int runTimeout = 30000;   // ms
 constexpr int startTimeout = 20000; // ms
 constexpr int endTimeout = 10000;   // ms
-constexpr qint64 serialBefore = 0x0123456789ABCDEE;
-constexpr int portBefore = 8100;
-
-/// In the test's own folder of the build tree.
-QString folderTemplate()
-{
-    return QDir::currentPath() + "/world";
-}
-
-QByteArray contentOf(const QString &fileName)
-{
-    QFile file(fileName);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-/// The content of all files with such names in their order: there are two of each kind after midnight.
-QString textOf(const QDir &folder, const QString &pattern)
-{
-    QByteArray all;
-    const QStringList names = folder.entryList({pattern}, QDir::Files, QDir::Name);
-    for (const QString &name : names)
-        all += contentOf(folder.filePath(name));
-    return QString::fromLocal8Bit(all);
-}
-
-void copyFiles(const QDir &from, const QDir &to)
-{
-    to.mkpath(".");
-    const QStringList files = from.entryList(QDir::Files);
-    for (const QString &name : files)
-        QFile::copy(from.filePath(name), to.filePath(name));
-}
 
 } // namespace
 
 World::World()
-    : m_folder(folderTemplate())
+    : m_folder(QDir::currentPath() + "/world") // in the test's own folder of the build tree
     , m_environment(QProcessEnvironment::systemEnvironment())
 {
-    const QDir bin(qEnvironmentVariable("ORVO_BIN"));
-    for (const QString folder : {".", "Driver", "Translations"})
-        copyFiles(bin.filePath(folder), path(folder));
+    for (const QString folder : {".", "Driver", "Translations"}) {
+        const QDir from(QDir(qEnvironmentVariable("ORVO_BIN")).filePath(folder));
+        QDir(path()).mkpath(folder);
+        const QStringList names = from.entryList(QDir::Files);
+        for (const QString &name : names)
+            QFile::copy(from.filePath(name), path(folder + '/' + name));
+    }
     for (const QString folder : {"logs", "details"})
         QDir(path()).mkdir(folder);
     m_environment.remove("DBUS_SESSION_BUS_ADDRESS"); // another desktop's tray may be reached through it
@@ -70,12 +40,8 @@ World::~World()
     // Asked first: leaks are only searched for in a process that ends by itself.
     for (const auto &process : m_processes)
         process->terminate();
-    for (const auto &process : m_processes) {
-        if (process->waitForFinished(endTimeout))
-            continue;
-        process->kill();
-        process->waitForFinished(endTimeout);
-    }
+    for (const auto &process : m_processes)
+        process->waitForFinished(endTimeout); // its destructor kills it
 }
 
 bool World::addPrinters(const QStringList &queues)
@@ -84,21 +50,15 @@ bool World::addPrinters(const QStringList &queues)
     bool isGood = run("spoolctl", {"add-driver"}) == 0;
     for (const QString &queue : queues) {
         const int number = ++last;
-        const Printer printer{queue, QString("%1").arg(serialBefore + number, 16, 16, QChar('0')).toUpper(),
-                              quint16(portBefore + number)};
         const QString portName = QString("OXCloud%1").arg(number, 3, 10, QChar('0'));
-        const QString port = QString::number(printer.port);
+        const QString port = QString::number(8100 + number);
+        const QString serial = QString("0%1").arg(0x0123456789ABCDEE + number, 0, 16).toUpper();
         isGood = isGood && run("spoolctl", {"add-port", portName, "127.0.0.1", port}) == 0 &&
-                 run("spoolctl", {"add-printer", queue, "--port", portName, "--cloud-id", printer.serial,
-                                  "--cloud-port", port}) == 0;
-        m_printers.push_back(printer);
+                 run("spoolctl",
+                     {"add-printer", queue, "--port", portName, "--cloud-id", serial, "--cloud-port", port}) == 0;
+        m_printers.push_back({queue, serial, port.toUShort()});
     }
     return isGood;
-}
-
-bool World::startSpooler()
-{
-    return start("spoolsv")->state() == QProcess::Running;
 }
 
 QProcess *World::startCloud(const QStringList &options)
@@ -108,20 +68,13 @@ QProcess *World::startCloud(const QStringList &options)
     return cloud->waitForReadyRead(startTimeout) ? cloud : nullptr;
 }
 
-QProcess *World::startProgram()
-{
-    return m_program = start("OrvoCloudManager");
-}
-
 QProcess *World::startReadyProgram()
 {
-    const int before = logged("QJsonObject({\"code\"");
+    const int states = logged("QJsonObject({\"code\"") + int(m_printers.size());
     startProgram();
-    const auto isReady = [&] {
-        return std::all_of(m_printers.begin(), m_printers.end(), [](const auto &p) { return isListening(p.port); }) &&
-               logged("QJsonObject({\"code\"") - before >= int(m_printers.size());
-    };
-    return QTest::qWaitFor(isReady, startTimeout) ? m_program : nullptr;
+    // By then it also listens.
+    return QTest::qWaitFor([&] { return logged("QJsonObject({\"code\"") >= states; }, startTimeout) ? m_program
+                                                                                                    : nullptr;
 }
 
 QProcess *World::start(const QString &executable, const QStringList &arguments)
@@ -147,11 +100,6 @@ int World::run(const QString &executable, const QStringList &arguments, QByteArr
     return status;
 }
 
-bool World::print(int printer, const QString &document, const QByteArray &bytes)
-{
-    return print(m_printers.at(size_t(printer)).queue, document, bytes);
-}
-
 bool World::print(const QString &queue, const QString &document, const QByteArray &bytes)
 {
     QFile file(path("document"));
@@ -168,19 +116,19 @@ QString World::queues()
     return QString::fromUtf8(list);
 }
 
-QString World::log() const
+QByteArray World::contentOf(const QString &name) const
 {
-    return textOf(path("logs"), "*.log");
+    QFile file(path(name));
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-int World::logged(const QString &text) const
+QString World::textOf(const QString &folder, const QString &pattern) const
 {
-    return log().split('\n').filter(text).size();
-}
-
-QString World::journal(const QString &serial) const
-{
-    return textOf(path("details"), serial + "*.txt");
+    QByteArray all;
+    const QStringList names = QDir(path(folder)).entryList({pattern}, QDir::Files, QDir::Name);
+    for (const QString &name : names)
+        all += contentOf(folder + name);
+    return QString::fromLocal8Bit(all);
 }
 
 QStringList World::records(int printer) const
@@ -190,13 +138,8 @@ QStringList World::records(int printer) const
 
 QList<QByteArray> World::posts() const
 {
-    const QByteArray lines = contentOf(path("cloud/jobs.jsonl")).trimmed();
+    const QByteArray lines = contentOf("cloud/jobs.jsonl").trimmed();
     return lines.isEmpty() ? QList<QByteArray>() : lines.split('\n');
-}
-
-QByteArray World::received(int number) const
-{
-    return contentOf(path(QString("cloud/%1.bin").arg(number, 4, 10, QChar('0'))));
 }
 
 quint16 World::cloudPort()

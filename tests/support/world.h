@@ -38,16 +38,16 @@ public:
     /// is OXCloud001, 8101. False when a step failed.
     bool addPrinters(const QStringList &queues);
     const std::vector<Printer> &printers() const { return m_printers; }
-    const QString &serial(int printer) const { return m_printers.at(size_t(printer)).serial; }
-    quint16 port(int printer) const { return m_printers.at(size_t(printer)).port; }
+    const QString &serial(int printer) const { return at(printer).serial; }
+    quint16 port(int printer) const { return at(printer).port; }
 
-    bool startSpooler();
+    bool startSpooler() { return start("spoolsv")->state() == QProcess::Running; }
 
     /// Starts the cloud service with further options; it stores the jobs that it receives. Null when it does not
     /// start.
     QProcess *startCloud(const QStringList &options = {});
 
-    QProcess *startProgram();
+    QProcess *startProgram() { return m_program = start("OrvoCloudManager"); }
     /// Starts the program and waits until it listens for every printer and every card has its device's state. Needs
     /// the cloud; null when that takes too long.
     QProcess *startReadyProgram();
@@ -63,7 +63,10 @@ public:
     void setEnvironment(const QString &name, const QString &value) { m_environment.insert(name, value); }
 
     /// Hands a document to the spooler. A printer that somebody else has added is named by its queue.
-    bool print(int printer, const QString &document, const QByteArray &bytes);
+    bool print(int printer, const QString &name, const QByteArray &bytes)
+    {
+        return print(at(printer).queue, name, bytes);
+    }
     bool print(const QString &queue, const QString &document, const QByteArray &bytes);
 
     /// The queues of the spooler, one per line: name, port, driver, cloud serial, cloud port.
@@ -71,22 +74,27 @@ public:
 
     QString path(const QString &name = QString()) const { return m_folder.filePath(name); }
     /// The program's log, and the number of its lines that contain the text.
-    QString log() const;
-    int logged(const QString &text) const;
+    QString log() const { return textOf("logs/", "*.log"); }
+    int logged(const QString &text) const { return log().split('\n').filter(text).size(); }
 
     /// A printer's journal.
-    QString journal(const QString &serial) const;
+    QString journal(const QString &serial) const { return textOf("details/", serial + "*.txt"); }
     QStringList records(int printer) const;
     bool hasRecord(int printer, const QString &text) const { return !records(printer).filter(text).isEmpty(); }
 
     /// What the cloud has received: one line of JSON per job, and the bytes of the n-th from 1 on.
     QList<QByteArray> posts() const;
-    QByteArray received(int number) const;
+    QByteArray received(int number) const { return contentOf(QString("cloud/%1.bin").arg(number, 4, 10, QChar('0'))); }
 
     /// Where the program looks for the cloud.
     static quint16 cloudPort();
 
 private:
+    const Printer &at(int printer) const { return m_printers.at(size_t(printer)); }
+    QByteArray contentOf(const QString &name) const;
+    /// The content of all files with such names in their order: there are two of each kind after midnight.
+    QString textOf(const QString &folder, const QString &pattern) const;
+
     QTemporaryDir m_folder;
     QTemporaryDir m_sockets; // of the guards of programs that are killed; sockets need a short path
     QProcessEnvironment m_environment;

@@ -5,9 +5,11 @@
 #include "src/store/journal.h"
 #include "src/ui/driveritem.h"
 #include "src/ui/settingsdlg.h"
+#include "tests/support/timers.h"
 
 #include <QApplication>
-#include <QDir>
+#include <QFile>
+#include <QLineEdit>
 #include <QPushButton>
 #include <QTableWidget>
 #include <QTest>
@@ -15,36 +17,33 @@
 
 #include "emulator/win32/control.h"
 
+using namespace std::chrono_literals;
+
 namespace {
 
-const std::string queue = "前台";
-const QDateTime lateEvening({2026, 11, 21}, {23, 30, 5}, Qt::UTC);
+const DriverInfo printer{"前台", "0123456789ABCDEF", {}, 0, {}, {}};
 
-DriverInfo printer()
+void append(const QStringList &records)
 {
-    DriverInfo info;
-    info.printerName = QString::fromStdString(queue);
-    info.cloudSn = WindowFixture::serial();
-    return info;
+    Journal::appendDetail(printer.cloudSn, records.join(Journal::recordEnd));
 }
 
 /// The dialog's rows, the cells divided by "|".
 QStringList rows(const SettingsDlg &dialog)
 {
-    const auto *table = dialog.findChild<QTableWidget *>();
+    const QAbstractItemModel *cells = dialog.findChild<QTableWidget *>()->model();
     QStringList rows;
-    for (int row = 0; row < table->rowCount(); ++row) {
-        QStringList cells;
-        for (int column = 0; column < table->columnCount(); ++column)
-            cells << table->item(row, column)->text();
-        rows << cells.join('|');
+    for (int row = 0; row < cells->rowCount(); ++row) {
+        rows << cells->index(row, 0).data().toString();
+        for (int column = 1; column < cells->columnCount(); ++column)
+            rows.last() += '|' + cells->index(row, column).data().toString();
     }
     return rows;
 }
 
-unsigned addJob(const std::string &document)
+QStringList rowsAfterATick(const SettingsDlg &dialog)
 {
-    return Win32Emulator::addJob(queue, document, "x", lateEvening);
+    return fire(&dialog, 1s) ? rows(dialog) : QStringList("no timer");
 }
 
 } // namespace
@@ -54,244 +53,125 @@ class DetailsTest : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup() { QVERIFY(QDir("details").removeRecursively()); }
+    void init() { m_fixture = std::make_unique<WindowFixture>("http://127.0.0.1:9"); }
 
-    void showsTheJournal();
-    void takesOneRecordATick();
-    void showsTheQueueBelow();
-    void tellsTheWholeOfANarrowText_data();
-    void tellsTheWholeOfANarrowText();
+    void showsJournalAndQueue();
+    void waitsForWhatIsNotThereYet();
     void showsTheNewestOfALongJournalFirst();
-    void waitsForAJournalThatIsHeld();
-    void tipStaysWhileTheMouseRests();
-    void selectedRowsLookLikeTheHoveredCell_data();
-    void selectedRowsLookLikeTheHoveredCell();
-    void opensOverTheWindow();
-    void outlivesItsCard();
+    void tellsTheWholeOfANarrowText();
+    void opensOverTheWindowAndOutlivesTheCard();
+
+private:
+    std::unique_ptr<WindowFixture> m_fixture;
 };
 
-void DetailsTest::init()
+void DetailsTest::showsJournalAndQueue()
 {
-    QVERIFY(QDir().mkpath("details"));
-    Win32Emulator::reset();
-    Win32Emulator::addDriver();
-    Win32Emulator::addPort("OXCloud001", "127.0.0.1", 8101);
-    Win32Emulator::addPrinter(queue, "OXCloud001");
-}
-
-void DetailsTest::showsTheJournal()
-{
-    QCOMPARE(rows(SettingsDlg(printer())), QStringList());
-    Journal::appendDetail(WindowFixture::serial(), "报告.docx;09:02:03;打印成功;12;09:02:09");
-    Journal::appendDetail(WindowFixture::serial(), ";打印失败:网络访问异常;5;10:00:00"); // of a job without a label
+    append({"报告.docx;09:02:03;打印成功;12;09:02:09", ";打印失败:网络访问异常;5;10:00:00"}); // one without a label
     Journal::appendDetail("FEDCBA9876543210", "another printer's;1;2;3;4");
-    const SettingsDlg dialog(printer());
-    QCOMPARE(rows(dialog),
-             QStringList({"1|报告.docx|打印成功|12|09:02:03|09:02:09", "2||5|10:00:00|打印失败:网络访问异常|"}));
-
-    const auto *table = dialog.findChild<QTableWidget *>();
-    QStringList headers;
-    QList<int> widths;
-    for (int column = 0; column < table->columnCount(); ++column) {
-        headers << table->horizontalHeaderItem(column)->text();
-        widths << table->columnWidth(column);
-    }
-    QCOMPARE(headers.join(' '), QString("序号 文档名称 任务状态 数据大小 提交时间 处理时间"));
-    QCOMPARE(widths.mid(0, 5), QList<int>({50, 120, 160, 80, 100}));
+    const SettingsDlg dialog(printer);
+    QStringList expected{"1|报告.docx|打印成功|12|09:02:03|09:02:09", "2||5|10:00:00|打印失败:网络访问异常|"};
+    QCOMPARE(rows(dialog), expected);
+    append({"a;1;2;3;4", "b;1;2;3;4"});
+    const QDateTime evening({2026, 11, 21}, {23, 30, 5}, Qt::UTC);
+    const unsigned first = Win32Emulator::addJob("前台", "first", "x", evening);
+    Win32Emulator::addJob("前台", "second", "x", evening);
+    Win32Emulator::setJobStatus(first, 0x10 | 0x80); // printing, among others
+    expected << "3|a|2|3|1|4";
+    QCOMPARE(rowsAfterATick(dialog), expected + QStringList({"4|first|正在处理|----|31:30:05|--:--:--",
+                                                             "5|second|打印排队中|----|31:30:05|--:--:--"}));
+    Win32Emulator::removeJob(first);
+    expected << "4|b|2|3|1|4";
+    QCOMPARE(rowsAfterATick(dialog), expected + QStringList("5|second|打印排队中|----|31:30:05|--:--:--"));
+    Win32Emulator::removePrinter("前台");
+    QCOMPARE(rowsAfterATick(dialog), expected);
 }
 
-void DetailsTest::takesOneRecordATick()
+/// A journal that another program holds, a record that is being written, and the next day's journal.
+void DetailsTest::waitsForWhatIsNotThereYet()
 {
-    SettingsDlg dialog(printer());
-    for (const char *record : {"a;1;2;3;4", "b;1;2;3;4", "c;1;2;3;4"})
-        Journal::appendDetail(WindowFixture::serial(), record);
-    addJob("waits");
-    for (int shown = 1; shown <= 3; ++shown) {
-        dialog.on_Timeout();
-        QCOMPARE(rows(dialog).size(), shown + 1); // and the job below
-    }
-    QCOMPARE(rows(dialog).mid(2), QStringList({"3|c|2|3|1|4", "4|waits|打印排队中|----|31:30:05|--:--:--"}));
-    dialog.on_Timeout();
-    QCOMPARE(rows(dialog).size(), 4);
+    qputenv("TZ", "West+12");
+    QFile journal(Journal::detailFileName(printer.cloudSn));
+    QVERIFY(QDir().mkpath(journal.fileName())); // a folder in its place cannot be read, either
+    const SettingsDlg dialog(printer);
+    QCOMPARE(rowsAfterATick(dialog), QStringList());
+    QVERIFY(QDir().rmdir(journal.fileName()));
+    append({"a;1;2;3;4", "b;1;2;3;4"});
+    QStringList expected{"1|a|2|3|1|4", "2|b|2|3|1|4"};
+    QCOMPARE(rowsAfterATick(dialog), expected); // at once: these are not new
+    QCOMPARE(rowsAfterATick(dialog), expected);
+
+    QVERIFY(journal.open(QIODevice::Append | QIODevice::Unbuffered));
+    journal.write("c;1;2;");
+    QCOMPARE(rowsAfterATick(dialog), expected);
+    journal.write("3;4!+!");
+    expected << "3|c|2|3|1|4";
+    QCOMPARE(rowsAfterATick(dialog), expected);
+
+    qputenv("TZ", "East-14"); // on the other side of the date line, where it is never the same day
+    append({"d;1;2;3;4"});
+    expected << "4|d|2|3|1|4";
+    QCOMPARE(rowsAfterATick(dialog), expected);
 }
 
 void DetailsTest::showsTheNewestOfALongJournalFirst()
 {
     constexpr int count = 5000;
-    QString records;
-    for (int record = 0; record < count; ++record)
-        records += QString("%1;1;2;3;4!+!").arg(record);
-    Journal::appendDetail(WindowFixture::serial(), records.chopped(3));
-    SettingsDlg dialog(printer());
+    QStringList records;
+    for (int row = 1; row <= count; ++row)
+        records << QString("%1;1;2;3;4").arg(row);
+    append(records);
+    const SettingsDlg dialog(printer);
     const auto *table = dialog.findChild<QTableWidget *>();
-    QCOMPARE(table->rowCount(), count);
     QVERIFY(table->item(0, 1) && table->item(count - 1, 1));
     QVERIFY2(!table->item(count / 2, 1), "the dialog opens before every row is filled");
-    Journal::appendDetail(WindowFixture::serial(), "new;1;2;3;4");
-    dialog.on_Timeout();
-    QCOMPARE(table->item(count, 1)->text(), QString("new"));
-    QTRY_VERIFY(table->item(20, 1));
-    for (int row = 0; row < count; ++row)
-        QCOMPARE(table->item(row, 1)->text(), QString::number(row));
+    append({"new;1;2;3;4"});
+    QVERIFY(fire(&dialog, 1s));
+    QTRY_VERIFY(!rows(dialog).contains("|||||"));
+    QCOMPARE(rows(dialog).mid(count - 1), QStringList({"5000|5000|2|3|1|4", "5001|new|2|3|1|4"}));
 }
 
-/// Another program holds the file: a folder in its place cannot be read, either.
-void DetailsTest::waitsForAJournalThatIsHeld()
-{
-    const QString file = Journal::detailFileName(WindowFixture::serial());
-    QVERIFY(QDir().mkpath(file));
-    SettingsDlg dialog(printer());
-    dialog.on_Timeout();
-    QCOMPARE(rows(dialog), QStringList());
-    QVERIFY(QDir().rmdir(file));
-    for (const char *record : {"a;1;2;3;4", "b;1;2;3;4", "c;1;2;3;4"})
-        Journal::appendDetail(WindowFixture::serial(), record);
-    dialog.on_Timeout(); // all at once: these are not new
-    QCOMPARE(rows(dialog), QStringList({"1|a|2|3|1|4", "2|b|2|3|1|4", "3|c|2|3|1|4"}));
-    dialog.on_Timeout();
-    QCOMPARE(rows(dialog).size(), 3);
-}
-
-/// By the dialog's own timer.
-void DetailsTest::showsTheQueueBelow()
-{
-    Journal::appendDetail(WindowFixture::serial(), "done;1;2;3;4");
-    const SettingsDlg dialog(printer());
-    const unsigned first = addJob("first");
-    addJob("second");
-    Win32Emulator::setJobStatus(first, 0x10 | 0x80); // printing, among others
-    const QString done = "1|done|2|3|1|4";
-    QTRY_COMPARE(rows(dialog), QStringList({done, "2|first|正在处理|----|31:30:05|--:--:--",
-                                            "3|second|打印排队中|----|31:30:05|--:--:--"}));
-    Win32Emulator::removeJob(first);
-    QTRY_COMPARE(rows(dialog), QStringList({done, "2|second|打印排队中|----|31:30:05|--:--:--"}));
-    Win32Emulator::removePrinter(queue);
-    QTRY_COMPARE(rows(dialog), QStringList(done));
-}
-
-void DetailsTest::tellsTheWholeOfANarrowText_data()
-{
-    QTest::addColumn<QString>("document");
-    QTest::addColumn<QString>("toolTip");
-    const QString longName = "a document's name that is far too long for its column";
-    QTest::newRow("short") << "报告"
-                           << "";
-    QTest::newRow("long") << longName << longName;
-    QTest::newRow("like markup") << "<b>" + longName << "<p>&lt;b&gt;" + longName;
-}
-
+/// By the mouse, which cannot edit a cell.
 void DetailsTest::tellsTheWholeOfANarrowText()
 {
-    QFETCH(QString, document);
-    QFETCH(QString, toolTip);
-    Journal::appendDetail(WindowFixture::serial(), document + ";1;2;3;4");
-    SettingsDlg dialog(printer());
-    QToolTip::showText(QPoint(), "an older one");
-    dialog.slotItemEnter(dialog.findChild<QTableWidget *>()->item(0, 1));
-    QTRY_COMPARE(QToolTip::isVisible() ? QToolTip::text() : QString(), toolTip);
-    dialog.slotItemEnter(nullptr);
-    QTRY_VERIFY(!QToolTip::isVisible());
-}
-
-/// Moves the real cursor.
-void hover(const QTableWidget *table, int row, int column)
-{
-    const QPoint place = table->visualItemRect(table->item(row, column)).center();
-    QCursor::setPos(table->viewport()->mapToGlobal(place));
-    QCoreApplication::processEvents();
-}
-
-void DetailsTest::tipStaysWhileTheMouseRests()
-{
-    const QString longName = "a document's name that is far too long for its column";
-    for (const QString &name : {longName, longName, QString("short")})
-        Journal::appendDetail(WindowFixture::serial(), name + ";1;2;3;4");
-    SettingsDlg dialog(printer());
+    const QString name = "a document's name that is far too long for its column";
+    const QString slightlyTooLong(15, 'm');
+    append({name + ";1;2;3;4", name + ";1;2;3;4", "<b>" + name + ";1;2;3;4", slightlyTooLong + ";1;2;3;4",
+            "short;1;2;3;4"});
+    m_fixture->window().hide(); // the mouse would move there
+    SettingsDlg dialog(printer);
     dialog.show();
     QVERIFY(QTest::qWaitForWindowActive(&dialog));
     const auto *table = dialog.findChild<QTableWidget *>();
-    constexpr int afterTheViewsOwnTip = 1300; // ms; it looks for one after 700
-    for (int row : {0, 1}) {
-        hover(table, row, 1);
-        QTest::qWait(afterTheViewsOwnTip);
-        QVERIFY(QToolTip::isVisible());
-        QCOMPARE(QToolTip::text(), longName);
+    const auto place = [table](int row) { return table->visualItemRect(table->item(row, 1)).center(); };
+    const QStringList tips{name, name, "<p>&lt;b&gt;" + name, slightlyTooLong, ""};
+    for (int row = 0; row < tips.size(); ++row) {
+        QCursor::setPos(table->viewport()->mapToGlobal(place(row)));
+        QTRY_COMPARE(QToolTip::isVisible() ? QToolTip::text() : "", tips[row]);
+        if (row == 1)
+            QTest::qWait(1000); // the view looks for a tip of its own after 700 ms, finds none and would hide ours
+        QCOMPARE(QToolTip::isVisible(), row < 4);
     }
-    hover(table, 2, 1);
-    QTRY_VERIFY(!QToolTip::isVisible());
+    const QPoint cell = table->viewport()->mapTo(&dialog, place(0));
+    QTest::mouseDClick(dialog.windowHandle(), Qt::LeftButton, Qt::NoModifier, cell);
+    QVERIFY(!table->findChild<QLineEdit *>());
+    QTest::mouseClick(dialog.findChild<QPushButton *>("closeButton"), Qt::LeftButton);
+    QVERIFY(!dialog.isVisible());
 }
 
-void DetailsTest::selectedRowsLookLikeTheHoveredCell_data()
+void DetailsTest::opensOverTheWindowAndOutlivesTheCard()
 {
-    QTest::addColumn<QString>("style");
-    for (const char *style : {"fusion", "windows"})
-        QTest::newRow(style) << style;
-}
-
-void DetailsTest::selectedRowsLookLikeTheHoveredCell()
-{
-    QFETCH(QString, style);
-    QApplication::setStyle(style);
-    for (int record = 0; record < 4; ++record)
-        Journal::appendDetail(WindowFixture::serial(), "a;1;2;3;4");
-    SettingsDlg dialog(printer());
-    dialog.show();
-    QVERIFY(QTest::qWaitForWindowActive(&dialog));
-    auto *table = dialog.findChild<QTableWidget *>();
-    const auto colour = [&](int row, int column) {
-        const QPoint corner = table->visualItemRect(table->item(row, column)).topLeft() + QPoint(3, 3);
-        return table->viewport()->grab().toImage().pixelColor(corner);
-    };
-    const QColor plain = colour(3, 0);
-    QVERIFY(table->hasFocus());
-    QCOMPARE(colour(0, 0), plain); // nothing is chosen yet
-    table->selectRow(1);
-    hover(table, 2, 1); // from here, so that the next is a move
-    hover(table, 2, 2);
-    const QColor hovered = colour(2, 2);
-    QVERIFY(hovered != plain);
-    QCOMPARE(colour(1, 0), hovered); // the current cell
-    QCOMPARE(colour(1, 3), hovered);
-}
-
-/// Runs the action while the dialog that the button opens is there.
-template <typename Action>
-void whileDetailsAreOpen(const WindowFixture &fixture, Action action)
-{
-    QTimer::singleShot(0, qApp, [action] {
-        auto *dialog = qobject_cast<SettingsDlg *>(QApplication::activeModalWidget());
-        QVERIFY(dialog);
-        action(dialog);
-    });
-    fixture.find<QPushButton>("detailButton")->click();
-}
-
-void DetailsTest::opensOverTheWindow()
-{
-    WindowFixture fixture("http://127.0.0.1:9");
-    fixture.window().move(30, 40);
-    bool closed = false;
-    whileDetailsAreOpen(fixture, [&](SettingsDlg *dialog) {
+    m_fixture->window().move(30, 40);
+    QTimer::singleShot(0, this, [this] {
+        auto *dialog = m_fixture->window().findChild<SettingsDlg *>();
         QCOMPARE(dialog->geometry(), QRect(30 + 120, 40 + 50, 710, 500));
+        delete m_fixture->card();
+        QVERIFY(fire(dialog, 1s));
         QTest::keyClick(dialog, Qt::Key_Escape);
-        closed = !dialog->isVisible();
-        dialog->close();
     });
-    QVERIFY(closed);
-    whileDetailsAreOpen(fixture, [](SettingsDlg *dialog) { dialog->findChild<QPushButton *>("closeButton")->click(); });
-    QVERIFY(!QApplication::activeModalWidget());
-}
-
-void DetailsTest::outlivesItsCard()
-{
-    WindowFixture fixture("http://127.0.0.1:9");
-    whileDetailsAreOpen(fixture, [&](SettingsDlg *dialog) {
-        delete fixture.card();
-        dialog->on_Timeout();
-        dialog->close();
-    });
-    QVERIFY(!fixture.card());
+    QTest::mouseClick(m_fixture->find<QPushButton>("detailButton"), Qt::LeftButton);
+    QVERIFY(!m_fixture->card());
+    QVERIFY(!m_fixture->find<SettingsDlg>({}));
 }
 
 QTEST_MAIN(DetailsTest)
