@@ -6,6 +6,7 @@
 #include "base/runningthreads.h"
 #include "ui/appearance.h"
 #include "ui/driverupdatewindow.h"
+#include "workflows/drivercheck.h"
 #include "workflows/driverupdatethread.h"
 #include "workflows/removeproductthread.h"
 
@@ -20,8 +21,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr auto handOverTimeout = 5s;
-constexpr auto endTimeout = 5s; // for the workers to end
+constexpr auto endTimeout = 2min; // for the worker to complete the printer that it is at
 
 /// The manager is in the same folder.
 QString managerPath()
@@ -52,14 +52,6 @@ std::unique_ptr<InstanceGuard> managerGuard()
     return guard;
 }
 
-int check()
-{
-    const DriverCheck::Versions versions = DriverCheck::versions();
-    qInfo("DriverCheck installed %s, package %s: %s", qUtf8Printable(versions.installed),
-          qUtf8Printable(versions.package), qUtf8Printable(versions.meaning()));
-    return versions.isReadable() ? MaintenanceThread::Done : MaintenanceThread::Failed;
-}
-
 int run(MaintenanceThread *worker)
 {
     QObject::connect(worker, &MaintenanceThread::result, qApp,
@@ -70,14 +62,15 @@ int run(MaintenanceThread *worker)
 
 int runOption(const QString &option)
 {
-    if (option == QLatin1String("/check"))
-        return check();
     if (option == QLatin1String("/update"))
         return run(new DriverUpdateThread);
     if (option == QLatin1String("/remove"))
         return run(new RemoveProductThread);
-    qCritical() << "unknown option" << option;
-    return MaintenanceThread::Failed;
+    const DriverCheck::Versions versions = DriverCheck::versions();
+    qInfo("DriverCheck installed %s, package %s: %s", qUtf8Printable(versions.installed),
+          qUtf8Printable(versions.package), qUtf8Printable(versions.meaning()));
+    return option == QLatin1String("/check") && versions.isReadable() ? MaintenanceThread::Done
+                                                                      : MaintenanceThread::Failed;
 }
 
 int runWindow(QtSingleApplication &application, const InstanceGuard &guard)
@@ -100,13 +93,12 @@ int main(int argc, char *argv[])
     startLog();
     const QString option = QCoreApplication::arguments().value(1);
     if (application.isRunning()) {
-        application.sendMessage(QStringLiteral("raise_window_noop"), handOverTimeout);
+        handOver(application);
         return MaintenanceThread::Busy;
     }
-    application.listen();
     qRegisterMetaType<MaintenanceThread::Outcome>();
     QApplication::setQuitOnLastWindowClosed(false); // by closing the question below
-    installTranslation(application);
+    takeOver(application, endTimeout);
     prepareAppearance();
     std::unique_ptr<InstanceGuard> guard = managerGuard();
     while (!guard && option.isEmpty() && askToRetry())
@@ -115,7 +107,5 @@ int main(int argc, char *argv[])
         qWarning("The manager runs");
         return MaintenanceThread::Busy;
     }
-    const int result = option.isEmpty() ? runWindow(application, *guard) : runOption(option);
-    RunningThreads::endAll(endTimeout);
-    return result;
+    return option.isEmpty() ? runWindow(application, *guard) : runOption(option);
 }

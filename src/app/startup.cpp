@@ -1,10 +1,19 @@
 #include "app/startup.h"
 
+#include "app/qtsingleapplication.h"
 #include "base/diagnosticlog.h"
+#include "base/runningthreads.h"
 
 #include <QDebug>
-#include <QGuiApplication>
 #include <QTranslator>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto handOverTimeout = 5s;
+
+} // namespace
 
 void enableHighDpi()
 {
@@ -23,11 +32,22 @@ void startLog()
         qDebug() << "argv[" << i << "]=" << qUtf8Printable(arguments.at(i));
 }
 
-void installTranslation(QCoreApplication &application)
+InstanceGuard::Delivery handOver(const QtSingleApplication &application)
 {
+    const auto delivery = application.sendMessage(QStringLiteral("raise_window_noop"), handOverTimeout);
+    if (delivery != InstanceGuard::Delivery::Acknowledged)
+        qWarning() << "the running instance has not acknowledged";
+    return delivery;
+}
+
+void takeOver(QtSingleApplication &application, std::chrono::milliseconds endTimeout)
+{
+    application.listen();
     auto *translator = new QTranslator(&application);
     const QString path = QCoreApplication::applicationDirPath() + QStringLiteral("/Translations/qt_zh_CN.qm");
     translator->load(path);
     qDebug() << path;
-    application.installTranslator(translator);
+    QCoreApplication::installTranslator(translator);
+    // At log-off Windows ends the process as soon as the windows have been notified, before exec() returns.
+    QObject::connect(&application, &QCoreApplication::aboutToQuit, [=] { RunningThreads::endAll(endTimeout); });
 }

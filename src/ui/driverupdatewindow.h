@@ -1,17 +1,16 @@
 #pragma once
 
-#include <QMainWindow>
-#include <QStringList>
+#include <QLabel>
+#include <QProgressBar>
+#include <QTreeWidget>
+#include <QWidget>
 
 class MaintenanceThread;
-class QLabel;
-class QProgressBar;
 class QPushButton;
-class QTreeWidget;
 
 /// The main window of the driver update: the driver's versions, the cloud printers with their state, and a button for
-/// each worker. While a worker runs the window cannot be closed. Main thread.
-class DriverUpdateWindow : public QMainWindow
+/// each worker. While a worker runs the window cannot be closed, so a log-off waits for it. Main thread.
+class DriverUpdateWindow : public QWidget
 {
     Q_OBJECT
 
@@ -24,27 +23,24 @@ protected:
     void mousePressEvent(QMouseEvent *event) override;
 
 private:
-    QWidget *sideBar();
-    QWidget *page();
-    QPushButton *addButton(const QString &text, void (DriverUpdateWindow::*clicked)());
+    void layOut();
+    template <typename Worker>
+    QPushButton *addButton(const QString &text);
 
     /// Reads the state from the spooler and the package again and shows it.
     void refresh();
     void showPrinters();
     void setState(const QString &printer, const QString &state);
 
-    void startUpdate();
-    void startReplacement();
     void start(MaintenanceThread *worker);
     void showProgress(int done, int total, const QString &printer, const QString &failure);
     void finish(const QString &message);
 
-    QLabel *m_versions;
-    QLabel *m_meaning;
-    QTreeWidget *m_printers;
-    QProgressBar *m_progress;
-    QWidget *m_buttons;
-    QPushButton *m_update;
-    QPushButton *m_replace;
-    QStringList m_failures; ///< of the last run, each with its printer
+    QLabel m_versions;
+    QLabel m_meaning;
+    QTreeWidget m_printers;
+    QProgressBar m_progress;
+    QWidget m_buttons; // disabled while a worker runs
+    QPushButton *m_update = nullptr;
+    QPushButton *m_replace = nullptr;
 };

@@ -1,6 +1,6 @@
 #include "workflows/drivercheck.h"
 
-#include "store/cloudprinter.h"
+#include "workflows/failure.h"
 
 #include <QCoreApplication>
 #include <QRegularExpression>
@@ -10,7 +10,10 @@
 
 namespace {
 
+using DriverCheck::Printer;
 using DriverCheck::State;
+
+const auto unreadable = QStringLiteral("无法读取打印机列表");
 
 /// Nothing when the text is not a dotted number. Trailing zeros do not count.
 std::optional<QVersionNumber> parsed(const QString &version)
@@ -27,7 +30,7 @@ State stateOf(const QString &installedText, const QString &packageText)
     const std::optional<QVersionNumber> package = parsed(packageText);
     if (!package)
         return State::PackageUnreadable;
-    if (installedText.isEmpty() && DriverCheck::isInstalled(CloudPrinter::driverName) == false)
+    if (installedText.isEmpty() && !DriverCheck::isInstalled(CloudPrinter::driverName).value_or(true))
         return State::NotInstalled;
     const std::optional<QVersionNumber> installed = parsed(installedText);
     if (!installed)
@@ -35,6 +38,17 @@ State stateOf(const QString &installedText, const QString &packageText)
     if (*installed == *package)
         return State::UpToDate;
     return *installed < *package ? State::PackageNewer : State::InstalledNewer;
+}
+
+Printer withBinding(const Queue &queue)
+{
+    CPrinter spooler;
+    Printer printer{queue};
+    const bool isRead =
+        !CloudPrinter::isCloudPort(queue.port) || (spooler.GetCloudPrinterId(queue.name, printer.serial) &&
+                                                   spooler.GetPrinterPortNum(queue.name, printer.portNumber));
+    require(isRead || CPrinter::nothingFound(), unreadable);
+    return printer;
 }
 
 } // namespace
@@ -51,11 +65,6 @@ QString DriverCheck::Versions::meaning() const
     return meanings.value(state);
 }
 
-bool DriverCheck::CloudQueue::isOutdated() const
-{
-    return queue.driver != CloudPrinter::driverName;
-}
-
 QString DriverCheck::infFile()
 {
     return QCoreApplication::applicationDirPath() + QStringLiteral("/Driver/OrvoPtr.INF");
@@ -68,43 +77,52 @@ QString DriverCheck::infFileForSetup()
 
 DriverCheck::Versions DriverCheck::versions()
 {
-    CPrinter printer;
-    const QString installed = printer.GetDriverVersion(CloudPrinter::driverName);
-    const QString package = printer.GetInfVersion(infFile());
+    CPrinter spooler;
+    const QString installed = spooler.GetDriverVersion(CloudPrinter::driverName);
+    const QString package = spooler.GetInfVersion(infFile());
     return {stateOf(installed, package), installed, package};
 }
 
-std::optional<DriverCheck::CloudQueue> DriverCheck::readQueue(const QString &name, bool *failed)
-{
-    CPrinter printer;
-    CloudQueue read;
-    const bool exists = printer.GetCloudPrinterInfo(name, read.queue);
-    const bool bound =
-        exists && printer.GetCloudPrinterId(name, read.serial) && printer.GetPrinterPortNum(name, read.portNumber);
-    if (failed)
-        *failed = !bound && !(exists && CPrinter::nothingFound());
-    return bound && CloudPrinter::isCloudPort(read.queue.port) ? std::optional(read) : std::nullopt;
-}
-
-std::optional<QList<Queue>> DriverCheck::localQueues()
+QList<Queue> DriverCheck::localQueues()
 {
     QList<Queue> queues;
-    const bool answered = CPrinter().EnumLocalPrinters(queues) || CPrinter::nothingFound();
-    return answered ? std::optional(queues) : std::nullopt;
+    require(CPrinter().EnumLocalPrinters(queues) || CPrinter::nothingFound(), unreadable);
+    return queues;
 }
 
-std::optional<QList<DriverCheck::CloudQueue>> DriverCheck::cloudQueues()
+QList<Printer> DriverCheck::queues(const std::function<bool(const Printer &)> &isWanted)
 {
-    const std::optional<QList<Queue>> queues = localQueues();
-    bool failed = !queues;
-    QList<CloudQueue> found;
-    for (const Queue &queue : queues.value_or(QList<Queue>())) {
-        if (failed || !CloudPrinter::isCloudPort(queue.port))
-            continue;
-        if (const std::optional<CloudQueue> cloudQueue = readQueue(queue.name, &failed))
-            found.append(*cloudQueue);
+    QList<Printer> wanted;
+    const QList<Queue> all = localQueues();
+    for (const Queue &queue : all) {
+        const Printer printer = withBinding(queue);
+        if (isWanted(printer))
+            wanted.append(printer);
     }
-    return failed ? std::nullopt : std::optional(found);
+    return wanted;
+}
+
+std::optional<Printer> DriverCheck::findQueue(const QString &name)
+{
+    const QList<Queue> all = localQueues();
+    const auto found = std::find_if(all.cbegin(), all.cend(),
+                                    [&](const Queue &queue) { return CloudPrinter::isSameName(queue.name, name); });
+    return found == all.cend() ? std::nullopt : std::optional(withBinding(*found));
+}
+
+QStringList DriverCheck::namesOf(const QList<Printer> &printers)
+{
+    QStringList names;
+    std::transform(printers.cbegin(), printers.cend(), std::back_inserter(names), std::mem_fn(&Printer::name));
+    return names;
+}
+
+void DriverCheck::requireReady(const QString &queue, const Printer &printer)
+{
+    const std::optional<Printer> now = findQueue(queue);
+    const bool isReady = now && now->isCurrent() && now->port == printer.port && now->serial == printer.serial &&
+                         now->portNumber == printer.portNumber;
+    require(isReady, QStringLiteral("打印机的驱动、端口、云序列号或端口号不正确"));
 }
 
 std::optional<bool> DriverCheck::isInstalled(const QString &driver)

@@ -1,10 +1,13 @@
 #pragma once
 
 #include "spooler/cprinter.h"
+#include "store/cloudprinter.h"
 
 #include <QList>
 #include <QString>
+#include <QStringList>
 
+#include <functional>
 #include <optional>
 
 /// The state of our driver and its printers, read from the spooler and from the driver package beside the program.
@@ -26,15 +29,15 @@ struct Versions
     bool isReadable() const { return state != State::InstalledUnreadable && state != State::PackageUnreadable; }
 };
 
-/// A queue that is bound to a cloud printer by both values of its printer data.
-struct CloudQueue
+/// A queue and the two values of its printer data that bind it to a cloud printer.
+struct Printer : Queue
 {
-    Queue queue;
-    QString serial;
-    quint16 portNumber = 0; ///< local TCP port
+    QString serial = {};
+    quint16 portNumber = 0; ///< local TCP port; 0 unless both values are there
 
-    /// Whether it has a driver other than the supported one.
-    bool isOutdated() const;
+    bool isBound() const { return portNumber != 0; }
+    bool isCurrent() const { return isBound() && driver == CloudPrinter::driverName; }
+    bool isOutdated() const { return isBound() && driver != CloudPrinter::driverName; }
 };
 
 /// The package's INF file, as Qt opens it; the set-up of Windows requires backslashes.
@@ -44,17 +47,16 @@ QString infFileForSetup();
 /// Versions are dotted numbers of any length; a missing part counts as 0.
 Versions versions();
 
-/// Nothing when there is no such queue, or it is not bound to a cloud printer, or it cannot be read: then `failed` is
-/// set, else cleared.
-std::optional<CloudQueue> readQueue(const QString &name, bool *failed = nullptr);
+/// The local queues, or the wanted ones of them, in the spooler's order; the queue of that name. Throw a Failure when
+/// the spooler does not answer or a queue of ours cannot be read.
+QList<Queue> localQueues();
+QList<Printer> queues(const std::function<bool(const Printer &)> &isWanted);
+std::optional<Printer> findQueue(const QString &name);
 
-/// All local queues, or those that are bound to a cloud printer, in the spooler's order. Nothing when the spooler does
-/// not answer or one of our queues cannot be read.
-std::optional<QList<Queue>> localQueues();
-std::optional<QList<CloudQueue>> cloudQueues();
+QStringList namesOf(const QList<Printer> &printers);
 
-/// The message for that.
-const auto unreadable = QStringLiteral("无法读取打印机列表");
+/// Throws a Failure unless the queue has the supported driver, and port, serial and local port of `printer`.
+void requireReady(const QString &queue, const Printer &printer);
 
 /// Nothing when the spooler does not answer.
 std::optional<bool> isInstalled(const QString &driver);

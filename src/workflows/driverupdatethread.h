@@ -2,8 +2,8 @@
 
 #include "workflows/maintenancethread.h"
 
-/// Installs the driver of the package over an older one, in place: the queues stay what they are, and only their driver
-/// becomes newer. Each cloud printer is looked at afterwards and reported. Never installs an older driver.
+/// Installs the package's driver over an older one. The queues do not change; only their driver becomes newer.
+/// Afterwards each cloud printer is checked and reported. Never installs an older driver.
 class DriverUpdateThread : public MaintenanceThread
 {
     Q_OBJECT
@@ -12,9 +12,5 @@ public:
     using MaintenanceThread::MaintenanceThread;
 
 protected:
-    bool work(QString &message) override;
-
-private:
-    bool installDriver();
-    void checkPrinters(QList<DriverCheck::CloudQueue> printers);
+    QString work() override;
 };

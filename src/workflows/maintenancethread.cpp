@@ -1,22 +1,23 @@
 #include "workflows/maintenancethread.h"
 
-#include "store/cloudprinter.h"
+#include "spooler/cprinter.h"
+#include "workflows/failure.h"
 
 #include <QCoreApplication>
 
 void MaintenanceThread::run()
 {
-    Outcome outcome = Failed;
-    QString message = QStringLiteral("打印服务（Print Spooler）没有运行，也无法启动");
-    switch (m_printer.RunSvc(CPrinter::spoolerService)) {
-    case CPrinter::SvcState::NotAllowed:
-        outcome = NotAllowed;
-        message = QStringLiteral("没有管理员权限");
-        break;
-    case CPrinter::SvcState::Stopped:
-        break;
-    case CPrinter::SvcState::Running:
-        outcome = work(message) ? Done : Failed;
+    const CPrinter::SvcState spooler = CPrinter().RunSvc(CPrinter::spoolerService);
+    Outcome outcome = spooler == CPrinter::SvcState::NotAllowed ? NotAllowed : Failed;
+    QString message;
+    try {
+        require(outcome != NotAllowed, QStringLiteral("没有管理员权限"));
+        require(spooler == CPrinter::SvcState::Running,
+                QStringLiteral("打印服务（Print Spooler）没有运行，也无法启动"));
+        message = work();
+        outcome = Done;
+    } catch (const Failure &failure) {
+        message = failure.message;
     }
     qInfo("%s ends with %d: %s", metaObject()->className(), outcome, qUtf8Printable(message));
     emit result(outcome, message);
@@ -24,33 +25,22 @@ void MaintenanceThread::run()
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 
-void MaintenanceThread::report(int done, int total, const QString &item, const QString &failure)
+void MaintenanceThread::forEach(const QStringList &items, const QString &summary, const std::function<void(int)> &step)
 {
-    m_failures += failure.isEmpty() ? 0 : 1;
-    qInfo("%s %d/%d %s %s", metaObject()->className(), done, total, qUtf8Printable(item), qUtf8Printable(failure));
-    emit progress(done, total, item, failure);
-}
-
-QString MaintenanceThread::setValues(const QString &queue, const DriverCheck::CloudQueue &printer)
-{
-    const std::optional<DriverCheck::CloudQueue> before = DriverCheck::readQueue(queue);
-    if ((!before || before->serial != printer.serial) && m_printer.SetCloudPrinterId(queue, printer.serial) != 0)
-        return QStringLiteral("无法设置云序列号");
-    if ((!before || before->portNumber != printer.portNumber) &&
-        !m_printer.SetPrinterPortNum(queue, printer.portNumber))
-        return QStringLiteral("无法设置端口号");
-    return QString();
-}
-
-QString MaintenanceThread::bindQueue(const QString &queue, const DriverCheck::CloudQueue &printer)
-{
-    const QString failure = setValues(queue, printer);
-    if (!failure.isEmpty())
-        return failure;
-    const std::optional<DriverCheck::CloudQueue> now = DriverCheck::readQueue(queue);
-    if (!now || now->serial != printer.serial || now->portNumber != printer.portNumber)
-        return QStringLiteral("云序列号或端口号不正确");
-    if (now->isOutdated())
-        return QStringLiteral("驱动不正确");
-    return now->queue.port == printer.queue.port ? QString() : QStringLiteral("端口不正确");
+    QStringList failures;
+    for (int i = 0; i < items.size(); ++i) {
+        require(!isInterruptionRequested(), QStringLiteral("工作被中断，再运行一次会接着完成"));
+        const QString &item = items.at(i);
+        QString failed;
+        try {
+            step(i);
+        } catch (const Failure &failure) {
+            failed = failure.message;
+            failures.append(QStringLiteral("“%1”：%2").arg(item, failed));
+        }
+        qInfo("%s %d/%d %s %s", metaObject()->className(), i + 1, items.size(), qUtf8Printable(item),
+              qUtf8Printable(failed));
+        emit progress(i + 1, items.size(), item, failed);
+    }
+    require(failures.isEmpty(), summary.arg(failures.size()) + QLatin1Char('\n') + failures.join(QLatin1Char('\n')));
 }

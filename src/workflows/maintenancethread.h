@@ -1,12 +1,14 @@
 #pragma once
 
+#include <QStringList>
 #include <QThread>
 
-#include "workflows/drivercheck.h"
+#include <functional>
 
 /// Base of the workers that change the driver or the printers of the whole machine while the manager does not run.
-/// Every step is reported by a signal and a line of the diagnostic log. A worker that was killed is simply run again.
-/// Created, and deleted through finished(), by the interface thread; start it once.
+/// Every step is reported by a signal and a line of the diagnostic log. A worker that is asked to end completes the
+/// printer, package or port that it is at; one that was interrupted or killed is simply run again. Created, and deleted
+/// through finished(), by the interface thread; start it once.
 class MaintenanceThread : public QThread
 {
     Q_OBJECT
@@ -26,23 +28,12 @@ signals:
     void result(MaintenanceThread::Outcome outcome, const QString &message);
 
 protected:
-    /// The work itself, with a running spooler. True on success; `message` is for the user.
-    virtual bool work(QString &message) = 0;
+    /// The work itself, with a running spooler. Returns the message of its success, or throws a Failure.
+    virtual QString work() = 0;
 
     void run() final;
 
-    /// Reports progress, and counts the failures.
-    void report(int done, int total, const QString &item, const QString &failure);
-    int failures() const { return m_failures; }
-
-    /// Gives the queue the serial and the local port of `printer` if its own differ. What failed, or an empty text.
-    QString setValues(const QString &queue, const DriverCheck::CloudQueue &printer);
-
-    /// The same, then checks in the spooler that the queue has the supported driver and the printer's port.
-    QString bindQueue(const QString &queue, const DriverCheck::CloudQueue &printer);
-
-    CPrinter m_printer;
-
-private:
-    int m_failures = 0;
+    /// Calls `step` with the position of each item, and reports the item. One whose step throws a Failure does not keep
+    /// the others from theirs. Then throws one for all of them: `summary` with their number for "%1", and each by name.
+    void forEach(const QStringList &items, const QString &summary, const std::function<void(int)> &step);
 };

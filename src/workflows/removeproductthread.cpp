@@ -1,6 +1,7 @@
 #include "workflows/removeproductthread.h"
 
-#include "store/cloudprinter.h"
+#include "workflows/drivercheck.h"
+#include "workflows/failure.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
@@ -8,142 +9,110 @@
 
 #include <algorithm>
 
+using DriverCheck::Printer;
+
 namespace {
+
+const auto removalFailed = QStringLiteral("没有删除");
+const QLatin1Char fieldSeparator('\t'); // between driver, environment and INF file of a package
 
 QString noteFile()
 {
     return QCoreApplication::applicationDirPath() + QStringLiteral("/logs/removal.ini");
 }
 
-/// By the package's path: its driver and the environment.
-class Note : public QSettings
+bool isUsed(QString Queue::*field, const QString &name)
 {
-public:
-    Note()
-        : QSettings(noteFile(), IniFormat)
-    {
-    }
-    static QString keyOf(const QString &infPath) { return QString::fromLatin1(infPath.toUtf8().toHex()); }
-    static QString pathOf(const QString &key) { return QString::fromUtf8(QByteArray::fromHex(key.toLatin1())); }
-};
+    const QList<Queue> queues = DriverCheck::localQueues();
+    return std::any_of(queues.cbegin(), queues.cend(),
+                       [&](const Queue &queue) { return CloudPrinter::isSameName(queue.*field, name); });
+}
 
-template <typename Uses>
-bool anyQueue(Uses uses)
+QStringList packagesOf(const QString &driver)
 {
-    const QList<Queue> queues = DriverCheck::localQueues().value_or(QList<Queue>());
-    return std::any_of(queues.cbegin(), queues.cend(), uses);
+    QMap<QString, QString> paths = CPrinter().GetDriverInfPaths(driver);
+    // An installed driver has a path; this one could not be read.
+    if (paths.values().join(QString()).isEmpty() && DriverCheck::isInstalled(driver).value_or(true))
+        paths = CPrinter().GetDriverInfPaths(driver);
+    QStringList packages;
+    for (auto path = paths.cbegin(); path != paths.cend(); ++path) {
+        if (!path.value().isEmpty())
+            packages.append(QStringList({driver, path.key(), path.value()}).join(fieldSeparator));
+    }
+    return packages;
+}
+
+/// The packages of our drivers, noted in a file: a package's path is known only while its driver is installed, and the
+/// next run must know it if this one ends between the two.
+QStringList notePackages()
+{
+    QSet<QString> drivers = CPrinter().GetInfDrivers(DriverCheck::infFile()) << CloudPrinter::driverName;
+    const QList<Printer> printers = DriverCheck::queues(&Printer::isBound);
+    for (const Printer &printer : printers)
+        drivers.insert(printer.driver);
+    QSettings note(noteFile(), QSettings::IniFormat);
+    const auto key = QStringLiteral("packages");
+    QStringList packages = note.value(key).toStringList();
+    for (const QString &driver : qAsConst(drivers))
+        packages += packagesOf(driver);
+    packages.removeDuplicates();
+    note.setValue(key, packages);
+    return packages;
+}
+
+void removePackage(const QStringList &package)
+{
+    CPrinter spooler;
+    const QString driver = package.value(0);
+    const QString environment = package.value(1);
+    const QString infPath = package.value(2);
+    if (isUsed(&Queue::driver, driver))
+        return;
+    const bool isInstalled = !spooler.GetDriverInfPath(driver, environment).isEmpty();
+    require(!isInstalled || spooler.RemovePrinterDriver(driver, environment), removalFailed);
+    require(spooler.RemovePrinterDriverPackage(infPath, environment) || !QFileInfo::exists(infPath), removalFailed);
 }
 
 } // namespace
 
-bool RemoveProductThread::work(QString &message)
+QString RemoveProductThread::work()
 {
-    message = notePackages();
-    if (message.isEmpty())
-        message = removePrinters();
-    if (message.isEmpty())
-        message = removeDrivers();
-    if (message.isEmpty())
-        message = removePorts();
-    if (!message.isEmpty())
-        return false;
+    const QStringList packages = notePackages();
+    removePrinters();
+    removeDrivers(packages);
+    removePorts();
     QFile::remove(noteFile());
-    message = QStringLiteral("云打印机、驱动和端口已全部删除");
-    return true;
+    return QStringLiteral("云打印机、驱动和端口已全部删除");
 }
 
-QString RemoveProductThread::removePrinters()
+/// A half-installed printer has the driver only.
+void RemoveProductThread::removePrinters()
 {
-    const std::optional<QList<Queue>> queues = DriverCheck::localQueues();
-    const std::optional<QList<DriverCheck::CloudQueue>> printers = DriverCheck::cloudQueues();
-    if (!queues || !printers)
-        return DriverCheck::unreadable;
-    QStringList names;
-    for (const DriverCheck::CloudQueue &printer : *printers)
-        names.append(printer.queue.name);
-    for (const Queue &queue : *queues) { // a half-installed printer has the driver only
-        if (queue.driver == CloudPrinter::driverName && !names.contains(queue.name))
-            names.append(queue.name);
-    }
-    return removeEach(names, QStringLiteral("打印机“%1”没有删除"),
-                      [this](const QString &name) { return m_printer.RemovePrinter(name); });
+    const QStringList names = DriverCheck::namesOf(DriverCheck::queues(
+        [](const Printer &queue) { return queue.isBound() || queue.driver == CloudPrinter::driverName; }));
+    forEach(names, QStringLiteral("%1台打印机没有删除"),
+            [&](int i) { require(CPrinter().RemovePrinter(names.at(i)), removalFailed); });
 }
 
-QString RemoveProductThread::removeDrivers()
+void RemoveProductThread::removeDrivers(const QStringList &packages)
 {
-    const bool seriesRemoved = m_printer.RemoveSeriesDriver(DriverCheck::infFile());
-    QStringList paths;
-    for (const QString &key : Note().allKeys())
-        paths.append(Note::pathOf(key));
-    const QString left = removeEach(paths, QStringLiteral("驱动包“%1”没有删除"),
-                                    [this](const QString &path) { return removePackage(path); });
+    const bool seriesRemoved = CPrinter().RemoveSeriesDriver(DriverCheck::infFile());
+    forEach(packages, QStringLiteral("%1个驱动包没有删除"),
+            [&](int i) { removePackage(packages.at(i).split(fieldSeparator)); });
     // A package removed meanwhile may have blocked the first attempt. Otherwise a queue of another model does.
-    if (!left.isEmpty() || seriesRemoved || m_printer.RemoveSeriesDriver(DriverCheck::infFile()))
-        return left;
-    return QStringLiteral("同系列的打印机或驱动没有删除");
+    require(seriesRemoved || CPrinter().RemoveSeriesDriver(DriverCheck::infFile()),
+            QStringLiteral("同系列的打印机或驱动没有删除"));
 }
 
-bool RemoveProductThread::removePackage(const QString &infPath)
-{
-    const QStringList package = Note().value(Note::keyOf(infPath)).toStringList();
-    const QString driver = package.value(0);
-    const QString environment = package.value(1);
-    if (anyQueue([&](const Queue &queue) { return CloudPrinter::isSameName(queue.driver, driver); }))
-        return true;
-    const bool installed = !m_printer.GetDriverInfPath(driver, environment).isEmpty();
-    if (installed && !m_printer.RemovePrinterDriver(driver, environment))
-        return false;
-    return m_printer.RemovePrinterDriverPackage(infPath, environment) || !QFileInfo::exists(infPath);
-}
-
-QString RemoveProductThread::removePorts()
+void RemoveProductThread::removePorts()
 {
     QList<Port> ports;
-    if ((!m_printer.EnumLocalPorts(ports) && !CPrinter::nothingFound()) || !DriverCheck::localQueues())
-        return DriverCheck::unreadable;
+    require(CPrinter().EnumLocalPorts(ports) || CPrinter::nothingFound(), QStringLiteral("无法读取端口列表"));
     QStringList unused;
     for (const Port &port : qAsConst(ports)) {
-        if (CloudPrinter::isPortName(port.name) &&
-            !anyQueue([&](const Queue &queue) { return CloudPrinter::isSameName(queue.port, port.name); }))
+        if (CloudPrinter::isPortName(port.name) && !isUsed(&Queue::port, port.name))
             unused.append(port.name);
     }
-    return removeEach(unused, QStringLiteral("端口“%1”没有删除"),
-                      [this](const QString &port) { return m_printer.DeleteStandardTcpPort(port) == 0; });
-}
-
-QString RemoveProductThread::removeEach(const QStringList &items, const QString &left,
-                                        const std::function<bool(const QString &)> &remove)
-{
-    for (int i = 0; i < items.size(); ++i) {
-        const QString failure = remove(items.at(i)) ? QString() : left.arg(items.at(i));
-        report(i + 1, items.size(), items.at(i), failure);
-        if (!failure.isEmpty())
-            return failure;
-    }
-    return QString();
-}
-
-QString RemoveProductThread::notePackages()
-{
-    const std::optional<QList<DriverCheck::CloudQueue>> printers = DriverCheck::cloudQueues();
-    if (!printers)
-        return DriverCheck::unreadable;
-    QSet<QString> drivers = m_printer.GetInfDrivers(DriverCheck::infFile()) << CloudPrinter::driverName;
-    for (const DriverCheck::CloudQueue &printer : *printers)
-        drivers.insert(printer.queue.driver);
-    for (const QString &driver : qAsConst(drivers))
-        notePackagesOf(driver);
-    return QString();
-}
-
-void RemoveProductThread::notePackagesOf(const QString &driver)
-{
-    QMap<QString, QString> paths = m_printer.GetDriverInfPaths(driver);
-    // An installed driver has a path; this one could not be read.
-    if (paths.values().join(QString()).isEmpty() && DriverCheck::isInstalled(driver).value_or(true))
-        paths = m_printer.GetDriverInfPaths(driver);
-    for (auto path = paths.cbegin(); path != paths.cend(); ++path) {
-        if (!path.value().isEmpty())
-            Note().setValue(Note::keyOf(path.value()), QStringList({driver, path.key()}));
-    }
+    forEach(unused, QStringLiteral("%1个端口没有删除"),
+            [&](int i) { require(CPrinter().DeleteStandardTcpPort(unused.at(i)) == 0, removalFailed); });
 }

@@ -3,9 +3,9 @@
 #include "workflows/maintenancethread.h"
 
 /// Gives each cloud printer of an older model the supported driver; name, port, serial and local port stay. A queue
-/// under a temporary name shows first that set-up, driver and port work; then the old queue changes its driver in one
-/// step, and what goes wrong after that is undone. A printer with waiting jobs is reported and stays as it is: they
-/// were made for the old model.
+/// under a temporary name shows first that set-up, driver and port work. Then the old queue changes its driver in one
+/// call, which is taken back when the check after it fails. A printer with waiting jobs is only reported: they were
+/// made for the old model.
 class ReplacePrintersThread : public MaintenanceThread
 {
     Q_OBJECT
@@ -13,19 +13,9 @@ class ReplacePrintersThread : public MaintenanceThread
 public:
     using MaintenanceThread::MaintenanceThread;
 
-    /// What a temporary queue's name ends with. One that is there at the start was left by a run that was killed.
+    /// Whether it is the name of a temporary queue. A run that was killed leaves one, and the next run deletes it.
     static bool isTemporary(const QString &queue);
 
 protected:
-    bool work(QString &message) override;
-
-private:
-    /// The steps. Each gives what failed, or an empty text.
-    QString finishLastRun(const QList<Queue> &queues);
-    QString finish(const QString &temporary, const QList<Queue> &queues);
-    QString replace(const DriverCheck::CloudQueue &printer);
-    QString tryOut(const DriverCheck::CloudQueue &printer, const QString &temporary);
-    QString changeDriver(const DriverCheck::CloudQueue &printer);
-
-    QString removeTemporary(const QString &temporary);
+    QString work() override;
 };
