@@ -7,7 +7,6 @@
 #include <QList>
 #include <QNetworkReply>
 #include <QNetworkRequest>
-#include <QPointer>
 #include <QTimer>
 #include <QWidget>
 
@@ -15,7 +14,6 @@ class ActionButton;
 class QCircleProcess;
 class QLayout;
 class QLineEdit;
-class RemovePrinterThread;
 class StateThread;
 struct JobRecord;
 
@@ -98,7 +96,7 @@ private:
 
     DriverInfo m_info;
     bool m_viewMode = true; // name and serial cannot be edited
-    QPointer<RemovePrinterThread> m_removeThread;
+    bool m_isRemoving = false; // further clicks on delete are ignored
     QCircleProcess *m_deviceSpinner = nullptr;
     bool m_queryInFlight = false;
     QString m_jobneed;

@@ -138,9 +138,15 @@ void DriverItem::applyNewName(const QString &name)
 
 void DriverItem::onDeleteClicked(bool)
 {
-    if (m_removeThread) // the first click's removal still runs
+    if (m_isRemoving)
         return;
-    m_removeThread = new RemovePrinterThread(m_info);
-    connect(m_removeThread, &RemovePrinterThread::removeResult, this, &DriverItem::removeResult);
-    RunningThreads::start(m_removeThread);
+    m_isRemoving = true;
+    auto *thread = new RemovePrinterThread(m_info);
+    connect(thread, &RemovePrinterThread::removeResult, this,
+            [this](bool ok, const QString &message, const DriverInfo &info) {
+                // Before the message of a failure: the next click after it tries again.
+                m_isRemoving = false;
+                emit removeResult(ok, message, info);
+            });
+    RunningThreads::start(thread);
 }
