@@ -95,7 +95,7 @@ private:
     void endJob();
 
     DriverInfo m_info;
-    bool m_viewMode = true; // name and serial cannot be edited
+    bool m_viewMode = true;    // name and serial cannot be edited
     bool m_isRemoving = false; // further clicks on delete are ignored
     QCircleProcess *m_deviceSpinner = nullptr;
     bool m_queryInFlight = false;

@@ -4,8 +4,8 @@
 #include <QStringList>
 
 /// Records the diagnostic lines of the process while it exists, instead of printing them. One at a time; any thread
-/// logs. The lines outlive the recorder, because a thread may be logging while it is destroyed; the next recorder starts
-/// without them.
+/// logs. The lines outlive the recorder, because a thread may be logging while it is destroyed; the next recorder
+/// starts without them.
 class LogRecorder
 {
 public:
