@@ -85,7 +85,10 @@ BOOL WINAPI OpenPrinterW(LPWSTR name, HANDLE *handle, LPPRINTER_DEFAULTSW defaul
 
 BOOL WINAPI ClosePrinter(HANDLE handle)
 {
-    return boolCall({"ClosePrinter"}, [&] { closeHandle<PrinterHandle>(handle); });
+    const BOOL isClosed = boolCall({"ClosePrinter"}, [&] { closeHandle<PrinterHandle>(handle); });
+    if (isClosed)
+        SetLastError(ERROR_SUCCESS); // a successful call may change it
+    return isClosed;
 }
 
 BOOL WINAPI GetPrinterW(HANDLE handle, DWORD level, LPBYTE buffer, DWORD size, LPDWORD needed)

@@ -255,6 +255,7 @@ CPrinter::SvcState CPrinter::RunSvc(const QString &name)
     if (runs())
         return SvcState::Running;
     StartSvc(name);
+    waitWhileStartPending(opened.service.get()); // somebody else may be starting it
     return runs() ? SvcState::Running : SvcState::Stopped;
 }
 

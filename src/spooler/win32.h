@@ -60,10 +60,13 @@ public:
         SetLastError(m_error);
     }
 
+    /// Leaves the last error of what was done with the handle.
     ~PrinterHandle()
     {
+        const DWORD error = GetLastError();
         if (m_handle)
             ClosePrinter(m_handle);
+        SetLastError(error);
     }
     Q_DISABLE_COPY(PrinterHandle)
 
