@@ -16,7 +16,7 @@
 
 namespace {
 
-constexpr DWORD endTimeout = 20000;   // ms; the program gives its jobs 5 s
+constexpr DWORD endTimeout = 130000;  // ms; the program gives its jobs 5 s and its work on the spooler 2 min
 constexpr DWORD stopTimeout = 5000;   // ms
 constexpr DWORD pathCapacity = 32768; // the longest path there is
 

@@ -54,10 +54,14 @@ std::unique_ptr<InstanceGuard> managerGuard()
 
 int run(MaintenanceThread *worker)
 {
-    QObject::connect(worker, &MaintenanceThread::result, qApp,
-                     [](MaintenanceThread::Outcome outcome) { QCoreApplication::exit(outcome); });
+    int exitCode = MaintenanceThread::Failed; // of a program that is asked to end before its worker has
+    QObject::connect(worker, &MaintenanceThread::result, qApp, [&exitCode](MaintenanceThread::Outcome outcome) {
+        exitCode = outcome;
+        QCoreApplication::quit();
+    });
     RunningThreads::start(worker);
-    return QCoreApplication::exec();
+    QCoreApplication::exec();
+    return exitCode;
 }
 
 int runOption(const QString &option)

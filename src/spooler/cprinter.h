@@ -7,6 +7,8 @@
 #include <QSet>
 #include <QString>
 
+#include <functional>
+
 struct SC_HANDLE__; // what the Win32 type SC_HANDLE points to
 
 // The spooler's names of the processor platforms that a driver can be installed for.
@@ -92,8 +94,9 @@ public:
 
     bool RenamePrinter(const QString &oldName, const QString &newName);
 
-    /// Changes a queue's driver to another installed one. The print settings of the old driver are dropped.
-    bool SetPrinterDriver(const QString &name, const QString &driver);
+    /// Changes a queue's driver to another installed one and drops the old one's print settings. If `check` then
+    /// throws, the queue gets both back.
+    bool SetPrinterDriver(const QString &name, const QString &driver, const std::function<void()> &check);
 
     /// Purges the queue with this Win32 handle until it is empty. The caller keeps the handle.
     bool DeletePrintJob(void *printer);

@@ -208,15 +208,33 @@ bool CPrinter::RenamePrinter(const QString &oldName, const QString &newName)
     return changeInfo(oldName, "684_CPrinter", [&](PRINTER_INFO_2W &info) { info.pPrinterName = name.data(); });
 }
 
-bool CPrinter::SetPrinterDriver(const QString &name, const QString &driver)
+bool CPrinter::SetPrinterDriver(const QString &name, const QString &driver, const std::function<void()> &check)
 {
     qDebug() << "CPrinter SetPrinterDriver" << name << driver;
+    const PrinterHandle printer(name, PRINTER_ALL_ACCESS, "CPrinter");
+    const auto write = [&printer](PRINTER_INFO_2W info) {
+        return SetPrinterW(printer.get(), 2, reinterpret_cast<BYTE *>(&info), 0) != FALSE;
+    };
+    const SpoolerBlock block =
+        printer ? readInfo(printer, {"CPrinter GetPrinter", "CPrinter GetPrinter"}) : SpoolerBlock();
+    if (!block.bytes)
+        return false;
+    const PRINTER_INFO_2W before = *block.as<PRINTER_INFO_2W>();
+    PRINTER_INFO_2W changed = before;
     WideText driverName(driver);
-    return changeInfo(name, "CPrinter", [&](PRINTER_INFO_2W &info) {
-        info.pDriverName = driverName.data();
-        // These settings belong to the old driver; without them the queue gets the new driver's defaults.
-        info.pDevMode = nullptr;
-    });
+    changed.pDriverName = driverName.data();
+    changed.pDevMode = nullptr; // the old driver's settings; without them the queue gets the new one's defaults
+    if (!write(changed)) {
+        qDebug() << "CPrinter SetPrinter getlasterror is" << GetLastError();
+        return false;
+    }
+    try {
+        check();
+    } catch (...) {
+        write(before);
+        throw;
+    }
+    return true;
 }
 
 bool CPrinter::DeletePrintJob(void *printer)
@@ -231,7 +249,7 @@ bool CPrinter::DeletePrintJob(void *printer)
     const std::unique_ptr<BYTE[]> info(new BYTE[needed]);
     const DWORD size = needed;
     // No pause and no limit: the queue is purged in a tight loop until the spooler reports no jobs or the program ends.
-    while (!QThread::currentThread()->isInterruptionRequested()) {
+    do {
         if (!GetPrinterW(printer, 2, info.get(), size, &needed)) {
             qDebug() << "576_CPrinter GetPrinter failed:" << GetLastError();
             return false;
@@ -239,7 +257,7 @@ bool CPrinter::DeletePrintJob(void *printer)
         if (reinterpret_cast<const PRINTER_INFO_2W *>(info.get())->cJobs == 0)
             return true;
         SetPrinterW(printer, 0, nullptr, PRINTER_CONTROL_PURGE);
-    }
+    } while (!QThread::currentThread()->isInterruptionRequested());
     return false;
 }
 

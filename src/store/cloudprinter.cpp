@@ -5,6 +5,7 @@
 namespace {
 
 const auto portPrefix = QStringLiteral("OXCloud");
+const auto makerPrefix = QStringLiteral("Orvo ");
 constexpr int portDigits = 3;
 constexpr int portNumberBase = 8100;
 
@@ -34,6 +35,11 @@ bool CloudPrinter::isPortName(const QString &port)
 {
     static const QRegularExpression name(QRegularExpression::anchoredPattern(portPrefix + QStringLiteral("\\d{3,}")));
     return name.match(port).hasMatch();
+}
+
+bool CloudPrinter::isOurDriver(const QString &driver)
+{
+    return driver.startsWith(makerPrefix, Qt::CaseInsensitive);
 }
 
 bool CloudPrinter::isSerial(const QString &text)

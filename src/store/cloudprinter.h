@@ -22,6 +22,9 @@ bool isPortName(const QString &port);
 /// Whether a queue with this driver and port is served by this program.
 bool isCloudQueue(const QString &driver, const QString &port);
 
+/// Whether the driver of that name is the printer maker's, for this model or an older one.
+bool isOurDriver(const QString &driver);
+
 /// Windows compares the names of queues, ports and drivers without regard to case.
 bool isSameName(const QString &one, const QString &other);
 

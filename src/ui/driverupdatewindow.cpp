@@ -3,7 +3,6 @@
 #include "base/runningthreads.h"
 #include "ui/closebutton.h"
 #include "ui/errordialog.h"
-#include "workflows/drivercheck.h"
 #include "workflows/driverupdatethread.h"
 #include "workflows/failure.h"
 #include "workflows/replaceprintersthread.h"
@@ -12,6 +11,8 @@
 #include <QCloseEvent>
 #include <QHeaderView>
 #include <QWindow>
+
+#include <utility>
 
 using DriverCheck::Printer;
 
@@ -103,23 +104,22 @@ void DriverUpdateWindow::refresh()
     m_update->setEnabled(versions.state == DriverCheck::State::PackageNewer);
     m_progress.setRange(0, 1);
     m_progress.reset();
+    m_printers.clear();
+    m_replace->hide();
     try {
-        showPrinters();
+        showPrinters(DriverCheck::queues(&Printer::isBound));
     } catch (const Failure &failure) {
         m_meaning.setText(failure.message);
     }
 }
 
-void DriverUpdateWindow::showPrinters()
+void DriverUpdateWindow::showPrinters(const QList<Printer> &printers)
 {
-    m_printers.clear();
-    bool anyToReplace = false;
-    const QList<Printer> printers = DriverCheck::queues(&Printer::isBound);
     for (const Printer &printer : printers) {
         setState(printer.name, stateOf(printer));
-        anyToReplace |= printer.isOutdated() || ReplacePrintersThread::isTemporary(printer.name);
+        if (printer.isOutdated() || ReplacePrintersThread::isTemporary(printer.name))
+            m_replace->show();
     }
-    m_replace->setVisible(anyToReplace);
 }
 
 void DriverUpdateWindow::setState(const QString &printer, const QString &state)
@@ -146,13 +146,18 @@ void DriverUpdateWindow::showProgress(int done, int total, const QString &printe
     m_progress.setValue(done);
     m_meaning.setText(QStringLiteral("第%1台，共%2台").arg(done).arg(total));
     setState(printer, failure.isEmpty() ? QStringLiteral("完成") : failure);
+    if (!failure.isEmpty())
+        m_failures.insert(printer, failure);
 }
 
 void DriverUpdateWindow::finish(const QString &message)
 {
     m_buttons.setEnabled(true);
     refresh();
-    showMessage(message);
+    const QMap<QString, QString> failures = std::exchange(m_failures, {});
+    for (auto failure = failures.cbegin(); failure != failures.cend(); ++failure)
+        setState(failure.key(), failure.value());
+    showMessage(message.section(QLatin1Char('\n'), 0, 1)); // the message box has no room for more
 }
 
 void DriverUpdateWindow::closeEvent(QCloseEvent *event)

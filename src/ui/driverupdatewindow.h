@@ -1,6 +1,9 @@
 #pragma once
 
+#include "workflows/drivercheck.h"
+
 #include <QLabel>
+#include <QMap>
 #include <QProgressBar>
 #include <QTreeWidget>
 #include <QWidget>
@@ -29,13 +32,14 @@ private:
 
     /// Reads the state from the spooler and the package again and shows it.
     void refresh();
-    void showPrinters();
+    void showPrinters(const QList<DriverCheck::Printer> &printers);
     void setState(const QString &printer, const QString &state);
 
     void start(MaintenanceThread *worker);
     void showProgress(int done, int total, const QString &printer, const QString &failure);
     void finish(const QString &message);
 
+    QMap<QString, QString> m_failures; // of the worker that runs, by printer
     QLabel m_versions;
     QLabel m_meaning;
     QTreeWidget m_printers;

@@ -79,7 +79,8 @@ DriverCheck::Versions DriverCheck::versions()
 {
     CPrinter spooler;
     const QString installed = spooler.GetDriverVersion(CloudPrinter::driverName);
-    const QString package = spooler.GetInfVersion(infFile());
+    // A comment may stand after it.
+    const QString package = spooler.GetInfVersion(infFile()).section(QLatin1Char(';'), 0, 0).trimmed();
     return {stateOf(installed, package), installed, package};
 }
 

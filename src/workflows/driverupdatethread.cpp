@@ -18,10 +18,11 @@ void installDriver()
 {
     if (isInstalledAfterSetup())
         return;
+    require(!QThread::currentThread()->isInterruptionRequested(), interrupted);
     // The spooler may hold the files of the old driver.
     CPrinter().RestartSvc(CPrinter::spoolerService);
-    require(isInstalledAfterSetup(),
-            QStringLiteral("安装驱动失败，驱动仍是版本%1").arg(DriverCheck::versions().installed));
+    require(isInstalledAfterSetup(), QStringLiteral("安装驱动失败，驱动仍是版本%1，请检查Driver文件夹中的驱动包")
+                                         .arg(DriverCheck::versions().installed));
 }
 
 } // namespace

@@ -8,6 +8,9 @@ struct Failure
     QString message;
 };
 
+/// Of work that the program's end interrupts.
+const auto interrupted = QStringLiteral("工作被中断，再运行一次会接着完成");
+
 inline void require(bool succeeded, const QString &message)
 {
     if (!succeeded)

@@ -29,7 +29,7 @@ void MaintenanceThread::forEach(const QStringList &items, const QString &summary
 {
     QStringList failures;
     for (int i = 0; i < items.size(); ++i) {
-        require(!isInterruptionRequested(), QStringLiteral("工作被中断，再运行一次会接着完成"));
+        require(!isInterruptionRequested(), interrupted);
         const QString &item = items.at(i);
         QString failed;
         try {

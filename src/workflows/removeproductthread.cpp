@@ -14,18 +14,26 @@ using DriverCheck::Printer;
 namespace {
 
 const auto removalFailed = QStringLiteral("没有删除");
-const QLatin1Char fieldSeparator('\t'); // between driver, environment and INF file of a package
+const QLatin1Char fieldSeparator('\t'); // between driver, environment and INF file of a noted package
 
 QString noteFile()
 {
     return QCoreApplication::applicationDirPath() + QStringLiteral("/logs/removal.ini");
 }
 
-bool isUsed(QString Queue::*field, const QString &name)
+/// Whether any queue has one of these drivers, or ports.
+bool isUsed(QString Queue::*field, const QStringList &names)
 {
     const QList<Queue> queues = DriverCheck::localQueues();
-    return std::any_of(queues.cbegin(), queues.cend(),
-                       [&](const Queue &queue) { return CloudPrinter::isSameName(queue.*field, name); });
+    return std::any_of(queues.cbegin(), queues.cend(), [&](const Queue &queue) {
+        return names.contains(queue.*field, Qt::CaseInsensitive); // as CloudPrinter::isSameName()
+    });
+}
+
+/// The drivers that come with the package at hand.
+QStringList ourModels()
+{
+    return (CPrinter().GetInfDrivers(DriverCheck::infFile()) << CloudPrinter::driverName).values();
 }
 
 QStringList packagesOf(const QString &driver)
@@ -46,10 +54,12 @@ QStringList packagesOf(const QString &driver)
 /// next run must know it if this one ends between the two.
 QStringList notePackages()
 {
-    QSet<QString> drivers = CPrinter().GetInfDrivers(DriverCheck::infFile()) << CloudPrinter::driverName;
+    QStringList drivers = ourModels();
     const QList<Printer> printers = DriverCheck::queues(&Printer::isBound);
-    for (const Printer &printer : printers)
-        drivers.insert(printer.driver);
+    for (const Printer &printer : printers) {
+        if (CloudPrinter::isOurDriver(printer.driver)) // an older model's, and not one that the user has chosen
+            drivers.append(printer.driver);
+    }
     QSettings note(noteFile(), QSettings::IniFormat);
     const auto key = QStringLiteral("packages");
     QStringList packages = note.value(key).toStringList();
@@ -60,17 +70,23 @@ QStringList notePackages()
     return packages;
 }
 
-void removePackage(const QStringList &package)
+void removeDriver(const QString &driver, const QString &environment)
 {
-    CPrinter spooler;
-    const QString driver = package.value(0);
-    const QString environment = package.value(1);
+    const bool isThere =
+        !isUsed(&Queue::driver, {driver}) && !CPrinter().GetDriverInfPath(driver, environment).isEmpty();
+    require(!isThere || CPrinter().RemovePrinterDriver(driver, environment), removalFailed);
+}
+
+/// Unless a driver that is used comes from it, too.
+void removePackage(const QStringList &package, const QStringList &all)
+{
     const QString infPath = package.value(2);
-    if (isUsed(&Queue::driver, driver))
-        return;
-    const bool isInstalled = !spooler.GetDriverInfPath(driver, environment).isEmpty();
-    require(!isInstalled || spooler.RemovePrinterDriver(driver, environment), removalFailed);
-    require(spooler.RemovePrinterDriverPackage(infPath, environment) || !QFileInfo::exists(infPath), removalFailed);
+    const bool isNeeded = std::any_of(all.cbegin(), all.cend(), [&infPath](const QString &other) {
+        return other.endsWith(fieldSeparator + infPath) &&
+               isUsed(&Queue::driver, {other.section(fieldSeparator, 0, 0)});
+    });
+    const auto remove = [&] { return CPrinter().RemovePrinterDriverPackage(infPath, package.value(1)); };
+    require(isNeeded || remove() || remove() || !QFileInfo::exists(infPath), removalFailed);
 }
 
 } // namespace
@@ -82,26 +98,34 @@ QString RemoveProductThread::work()
     removeDrivers(packages);
     removePorts();
     QFile::remove(noteFile());
-    return QStringLiteral("云打印机、驱动和端口已全部删除");
+    return isUsed(&Queue::driver, ourModels())
+               ? QStringLiteral("云打印机和端口已删除，驱动还有其他打印机使用，没有删除")
+               : QStringLiteral("云打印机、驱动和端口已全部删除");
 }
 
-/// A half-installed printer has the driver only.
+/// A half-installed printer has driver and port only.
 void RemoveProductThread::removePrinters()
 {
     const QStringList names = DriverCheck::namesOf(DriverCheck::queues(
-        [](const Printer &queue) { return queue.isBound() || queue.driver == CloudPrinter::driverName; }));
+        [](const Printer &queue) { return queue.isBound() || CloudPrinter::isCloudQueue(queue.driver, queue.port); }));
     forEach(names, QStringLiteral("%1台打印机没有删除"),
             [&](int i) { require(CPrinter().RemovePrinter(names.at(i)), removalFailed); });
 }
 
+/// A driver that somebody else's queue uses stays, with its package.
 void RemoveProductThread::removeDrivers(const QStringList &packages)
 {
-    const bool seriesRemoved = CPrinter().RemoveSeriesDriver(DriverCheck::infFile());
-    forEach(packages, QStringLiteral("%1个驱动包没有删除"),
-            [&](int i) { removePackage(packages.at(i).split(fieldSeparator)); });
-    // A package removed meanwhile may have blocked the first attempt. Otherwise a queue of another model does.
-    require(seriesRemoved || CPrinter().RemoveSeriesDriver(DriverCheck::infFile()),
-            QStringLiteral("同系列的打印机或驱动没有删除"));
+    const QStringList models = ourModels();
+    // It would remove the queues with these drivers as well. What it leaves is removed, or found, below.
+    if (!isUsed(&Queue::driver, models))
+        CPrinter().RemoveSeriesDriver(DriverCheck::infFile());
+    const auto fields = [&packages](int i) { return packages.at(i).split(fieldSeparator); };
+    forEach(packages, QStringLiteral("%1个驱动没有删除"),
+            [&](int i) { removeDriver(fields(i).value(0), fields(i).value(1)); });
+    forEach(packages, QStringLiteral("%1个驱动包没有删除"), [&](int i) { removePackage(fields(i), packages); });
+    for (const QString &model : models)
+        require(isUsed(&Queue::driver, {model}) || !DriverCheck::isInstalled(model).value_or(true),
+                QStringLiteral("驱动“%1”没有删除").arg(model));
 }
 
 void RemoveProductThread::removePorts()
@@ -110,7 +134,7 @@ void RemoveProductThread::removePorts()
     require(CPrinter().EnumLocalPorts(ports) || CPrinter::nothingFound(), QStringLiteral("无法读取端口列表"));
     QStringList unused;
     for (const Port &port : qAsConst(ports)) {
-        if (CloudPrinter::isPortName(port.name) && !isUsed(&Queue::port, port.name))
+        if (CloudPrinter::isPortName(port.name) && !isUsed(&Queue::port, {port.name}))
             unused.append(port.name);
     }
     forEach(unused, QStringLiteral("%1个端口没有删除"),

@@ -24,13 +24,20 @@ void removeTemporary(const QString &temporary)
     require(removed || !DriverCheck::findQueue(temporary), QStringLiteral("无法删除临时打印机“%1”").arg(temporary));
 }
 
-/// After a failure, or a run that was killed. Until the printer has its values the temporary queue keeps them.
+/// After a failure, or a run that was killed. Until the printer has its values the temporary queue keeps them; if the
+/// user has deleted the printer since, the temporary queue becomes the printer.
 void cleanUp(const QString &temporary)
 {
+    const QString name = temporary.section(temporarySuffix, 0, 0);
     const std::optional<Printer> values = DriverCheck::findQueue(temporary);
-    const std::optional<Printer> printer = DriverCheck::findQueue(temporary.chopped(temporarySuffix.size()));
-    if (values && values->isBound() && printer && !printer->isBound())
-        bindQueue(printer->name, *values);
+    const std::optional<Printer> printer = DriverCheck::findQueue(name);
+    const bool isBound = values && values->isBound();
+    if (isBound && !printer) {
+        require(CPrinter().RenamePrinter(temporary, name), QStringLiteral("无法改名为“%1”").arg(name));
+        return;
+    }
+    if (isBound && !printer->isBound())
+        bindQueue(name, *values);
     removeTemporary(temporary);
 }
 
@@ -45,25 +52,28 @@ void tryOut(const Printer &printer, const QString &temporary)
     DriverCheck::requireReady(temporary, printer);
 }
 
+void requireNoJobs(const Printer &printer)
+{
+    require(printer.jobs == 0, QStringLiteral("有%1个任务等待打印，请先取消").arg(printer.jobs));
+}
+
 void changeDriver(const Printer &printer)
 {
-    CPrinter spooler;
-    require(spooler.SetPrinterDriver(printer.name, CloudPrinter::driverName), QStringLiteral("无法更换驱动"));
-    try {
+    requireNoJobs(DriverCheck::findQueue(printer.name).value_or(printer)); // the try-out took its time
+    const auto check = [&printer] {
         bindQueue(printer.name, printer); // the spooler may have dropped the values with the old driver's
         DriverCheck::requireReady(printer.name, printer);
-    } catch (const Failure &) {
-        spooler.SetPrinterDriver(printer.name, printer.driver);
-        throw;
-    }
+    };
+    require(CPrinter().SetPrinterDriver(printer.name, CloudPrinter::driverName, check), QStringLiteral("无法更换驱动"));
 }
 
 void replace(const Printer &printer)
 {
-    require(printer.jobs == 0, QStringLiteral("有%1个任务等待打印，请先取消").arg(printer.jobs));
+    requireNoJobs(printer);
     // The set-up's command line cannot carry one; it would make some other queue.
     require(!printer.name.contains(QLatin1Char('"')), QStringLiteral("打印机名含有双引号，请先改名"));
     const QString temporary = printer.name + temporarySuffix;
+    require(!DriverCheck::findQueue(temporary), QStringLiteral("打印机“%1”还在，请先删除").arg(temporary));
     try {
         tryOut(printer, temporary);
         changeDriver(printer);
@@ -78,17 +88,22 @@ void replace(const Printer &printer)
 
 bool ReplacePrintersThread::isTemporary(const QString &queue)
 {
-    return queue.endsWith(temporarySuffix);
+    return queue.contains(temporarySuffix); // the set-up numbers a name that is taken
 }
 
 QString ReplacePrintersThread::work()
 {
-    const QList<Printer> left = DriverCheck::queues(
-        [](const Printer &queue) { return isTemporary(queue.name) && CloudPrinter::isCloudPort(queue.port); });
-    for (const Printer &queue : left)
-        cleanUp(queue.name);
+    const QStringList left = DriverCheck::namesOf(DriverCheck::queues(
+        [](const Printer &queue) { return isTemporary(queue.name) && CloudPrinter::isCloudPort(queue.port); }));
+    std::optional<Failure> failure;
+    try {
+        forEach(left, QStringLiteral("上次的替换有%1台没有完成"), [&](int i) { cleanUp(left.at(i)); });
+    } catch (const Failure &notCleanedUp) {
+        failure = notCleanedUp; // does not keep the others from theirs
+    }
     const QList<Printer> outdated = DriverCheck::queues(&Printer::isOutdated);
     forEach(DriverCheck::namesOf(outdated), QStringLiteral("%1台打印机没有替换"),
             [&](int i) { replace(outdated.at(i)); });
+    require(!failure, failure.value_or(Failure()).message);
     return QStringLiteral("已替换%1台打印机").arg(outdated.size());
 }

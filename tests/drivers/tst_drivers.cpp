@@ -1,7 +1,9 @@
 #include "src/base/runningthreads.h"
 #include "src/spooler/cprinter.h"
+#include "src/workflows/drivercheck.h"
 #include "tests/support/machine.h"
 
+#include <QDir>
 #include <QTemporaryFile>
 #include <QTest>
 #include <QThread>
@@ -151,6 +153,8 @@ private slots:
             QCOMPARE(CPrinter().StartSvc("Spooler"), starts);
             QCOMPARE(argumentsOf("Sleep").join(' '), sleeps);
         }
+        prepareSpooler(starting, {{starting, 0, 1000}, {starting, 0, 1000}, {running}}); // by someone else
+        QCOMPARE(CPrinter().RunSvc("Spooler"), CPrinter::SvcState::Running);
     }
 
     void registry()
@@ -170,6 +174,27 @@ private slots:
         Win32Emulator::addDriver({"Orvo OX-410T", "Windows x64", longest, longest + 'v'});
         QCOMPARE(printer.GetDriverVersion(model), QString(129, 'v'));
         QCOMPARE(printer.GetDriverInfPath(model, EnvX64), QString());
+    }
+
+    /// Of the driver and of the package, which a program finds beside itself.
+    void versions()
+    {
+        using State = DriverCheck::State;
+        const std::tuple<std::string, QByteArray, State> rows[] = {
+            {"no driver", "1.4", State::NotInstalled},    {"1.4", "1.4.0.0", State::UpToDate},
+            {"1.4.0.9", "1.4.0.10", State::PackageNewer}, {"2", "1.99.99", State::InstalledNewer},
+            {"", "1.4", State::InstalledUnreadable},      {"1.4b", "1.4 ; note", State::InstalledUnreadable},
+            {"1.4", "", State::PackageUnreadable},        {"1.4", "1..4", State::PackageUnreadable}};
+        QDir().mkpath("Driver");
+        for (const auto &[installed, package, state] : rows) {
+            Win32Emulator::reset();
+            if (state != State::NotInstalled)
+                Win32Emulator::addDriver({"Orvo OX-410T", "Windows x64", installed});
+            QFile inf("Driver/OrvoPtr.INF");
+            QVERIFY(inf.open(QIODevice::WriteOnly) && inf.write("[Version]\nDriverVer=," + package) > 0);
+            inf.close();
+            QCOMPARE(DriverCheck::versions().state, state);
+        }
     }
 
     void driverInUseIsTriedTwice()

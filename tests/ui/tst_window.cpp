@@ -340,15 +340,9 @@ private slots:
         QCOMPARE(field(card, "printerName")->text(), QString("Front desk"));
 
         Win32Emulator::failCalls("DeletePrinter", accessDenied);
-        QString message;
-        QTimer user;
-        connect(&user, &QTimer::timeout, [&] {
-            if (auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget()))
-                message = box->close() ? box->text() : "";
-        });
-        user.start(20);
+        DialogCloser user;
         clickOn(*card, "deleteButton");
-        QTRY_COMPARE(message, QString("删除打印机失败"));
+        QCOMPARE(user.awaitText(), QString("删除打印机失败"));
         QVERIFY(card && sendJob(8101, "x"));
         clickOn(*card, "deleteButton");
         QTRY_VERIFY(!card);
