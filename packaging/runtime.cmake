@@ -1,6 +1,7 @@
 # The program and what it loads.
 
-ship(OrvoCloudManager.exe OrvoDriverUpdate.exe Quaylink.dll Driver/OrvoPtr.INF Translations/qt_zh_CN.qm)
+get_property(driver_files GLOBAL PROPERTY ORVO_DRIVER_FILES)
+ship(OrvoCloudManager.exe OrvoDriverUpdate.exe Quaylink.dll ${driver_files} Translations/qt_zh_CN.qm)
 
 foreach(module Core Gui Network Sql Widgets)
   get_target_property(library Qt5::${module} IMPORTED_LOCATION_RELEASE)

@@ -38,6 +38,7 @@ function(write_shipped_lists)
     string(APPEND uninstall "  Delete \"$INSTDIR\\${windows_path}\"\n")
   endforeach()
   list(REMOVE_DUPLICATES folders)
+  list(SORT folders ORDER DESCENDING) # the inner ones first
   foreach(folder IN LISTS folders)
     string(APPEND uninstall "  RMDir \"$INSTDIR\\${folder}\"\n")
   endforeach()
