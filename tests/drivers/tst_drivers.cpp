@@ -153,7 +153,9 @@ private slots:
             QCOMPARE(CPrinter().StartSvc("Spooler"), starts);
             QCOMPARE(argumentsOf("Sleep").join(' '), sleeps);
         }
-        prepareSpooler(starting, {{starting, 0, 1000}, {starting, 0, 1000}, {running}}); // by someone else
+        Script others(5, {starting, 0, 1000}); // start by someone else
+        others.push_back({running});
+        prepareSpooler(starting, others);
         QCOMPARE(CPrinter().RunSvc("Spooler"), CPrinter::SvcState::Running);
     }
 
