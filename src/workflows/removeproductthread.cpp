@@ -85,8 +85,8 @@ void removePackage(const QStringList &package, const QStringList &all)
         return other.endsWith(fieldSeparator + infPath) &&
                isUsed(&Queue::driver, {other.section(fieldSeparator, 0, 0)});
     });
-    const auto remove = [&] { return CPrinter().RemovePrinterDriverPackage(infPath, package.value(1)); };
-    require(isNeeded || remove() || remove() || !QFileInfo::exists(infPath), removalFailed);
+    require(isNeeded || CPrinter().RemovePrinterDriverPackage(infPath, package.value(1)) || !QFileInfo::exists(infPath),
+            removalFailed);
 }
 
 } // namespace
