@@ -334,8 +334,11 @@ private slots:
         QList<Queue> queues;
         QVERIFY(CPrinter().EnumLocalPrinters(queues));
         QCOMPARE(queues.size(), 2);
-        Win32Emulator::beforeCall("EnumJobsW", [] { Win32Emulator::removeJob(1); });
-        QVERIFY(spoolJobs(queue).isEmpty());
+        Win32Emulator::addJob(queue, "last", "bytes");
+        for (const unsigned job : {1, 2}) {
+            Win32Emulator::beforeCall("EnumJobsW", [job] { Win32Emulator::removeJob(job); });
+            QCOMPARE(spoolJobs(queue).size(), int(2 - job));
+        }
 
         // The attempts are limited.
         Win32Emulator::failCalls("EnumPrintersW", ERROR_INSUFFICIENT_BUFFER, 0, 100);
