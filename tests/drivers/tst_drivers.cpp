@@ -98,6 +98,8 @@ private slots:
         Win32Emulator::beforeCall("EnumDependentServicesW", [] {
             Win32Emulator::beforeCall("EnumDependentServicesW", [] { Win32Emulator::addService("Late", "Spooler"); });
         });
+        // Once listed, it stops by itself.
+        Win32Emulator::beforeCall("ControlService", [] { Win32Emulator::setServiceState("Late", stopped); });
         QVERIFY(CPrinter().StopSvc("Spooler"));
         QCOMPARE(argumentsOf("ControlService"),
                  QStringList({"Late control=1", "Scan control=1", "Fax control=1", "Spooler control=1"}));
@@ -196,6 +198,10 @@ private slots:
             QVERIFY(inf.open(QIODevice::WriteOnly) && inf.write("[Version]\nDriverVer=," + package) > 0);
             inf.close();
             QCOMPARE(DriverCheck::versions().state, state);
+            if (state == State::NotInstalled) { // the spooler does not answer: it may be installed
+                Win32Emulator::failCalls("EnumPrinterDriversW", ERROR_ACCESS_DENIED);
+                QCOMPARE(DriverCheck::versions().state, State::InstalledUnreadable);
+            }
         }
     }
 

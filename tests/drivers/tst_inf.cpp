@@ -40,6 +40,7 @@ private slots:
             {models, "[M]\n\"A\"=x\n\n\"B\"=x\n[M.NTamd64]\n\"C\"=x\n", "A B"},
             {models, "[M.NTamd64]\n\"C\"=x\n[M]\n\"A\"=x\n", ""},
             {models, "\"0\"=x\n[M]\n\"A\"=x\n[Strings]\n\"B\"=x\n[M]\n\"C\"=x", "A B C"},
+            {models, "[M] ; ours\n\"A\"=x", "A"},
             {models, "[M]\n\"A\"=\"x\"\n\"open\nplain=\"B\"\n \"C\"=x\n\"\"=x", "A"},
         };
         for (auto [reader, text, expected] : rules) {
