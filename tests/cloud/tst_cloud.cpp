@@ -96,6 +96,8 @@ private slots:
         QVERIFY(results.wait());
         QCOMPARE(results.first().first().value<Error>(), Error::OperationCanceledError);
         QVERIFY(peer.requests().value(0).startsWith("GET /v1.1/printResult?veltraId=a/b?c=1&d%2F HTTP/1.1\r\n"));
+        // A job that waits for its device is asked about for days.
+        QTRY_VERIFY(poller.findChildren<QNetworkReply *>().isEmpty());
     }
 
 private:

@@ -36,9 +36,9 @@ void CardTest::followsTheDevice()
         {PeerAnswer::ok(R"({"code":7,"data":"17"})"), "在线", 5min},
         {PeerAnswer::ok(R"({"code":0,"data":"17"})"), "离线", 10s},
         {PeerAnswer::http("500 Error", R"({"code":0})"), "--", 10s},
+        {PeerAnswer::ok(R"({"code":4002,"data":"16"})"), "离线", 10s},
         {PeerAnswer::ok("no JSON"), "在线", 5min},
         {PeerAnswer::ok(R"({"code":1001})"), "离线", 10s},
-        {PeerAnswer::ok(R"({"code":4002,"data":"16"})"), "离线", 10s},
     };
     // The timer's requests get no answer, so that only the button's change what is shown. From the seventh on one would
     // wait in Qt for a connection if the card did not give up the oldest, of which nothing is to be seen.
@@ -60,6 +60,11 @@ void CardTest::followsTheDevice()
         QVERIFY2(fire(fixture.card(), interval), answer.bytes.right(30));
         QTRY_VERIFY(peer.requests().size() > asked);
     }
+    // The card asks for weeks.
+    QNetworkAccessManager network;
+    const QPointer<QNetworkReply> reply = network.get(QNetworkRequest());
+    fixture.card()->devStateReceive(reply);
+    QTRY_VERIFY(!reply);
 }
 
 /// The record is of the job that the message is about, although the next goes through under it and the card is deleted.
