@@ -49,6 +49,7 @@ private slots:
             QTimer::singleShot(0, &dialog, [&] {
                 QCOMPARE(dialog.size(), QSize(316, 206));
                 QVERIFY(text->textFormat() == Qt::PlainText && isBlank(text->grab({0, 0, 20, text->height()})));
+                QVERIFY(!isBlank(text->grab({0, text->height() / 2 - 30, text->width(), 15}))); // in several lines
                 buttons.last()->setFocus();
                 const QImage cross = buttons.first()->grab().toImage();
                 buttons.first()->setAttribute(Qt::WA_UnderMouse);
