@@ -147,8 +147,9 @@ private slots:
         QVERIFY(message() == "云打印机、驱动和端口已全部删除" && machineContent() == withoutProduct.mid(0, 3));
         prepareMachine();
         addPrinter("usb", "IP_10.0.0.5", "Orvo OX-410T");
+        addPrinter("old", "OXCloud002", "Other"); // its port stays
         QCOMPARE(message(), QString("云打印机和端口已删除，驱动还有其他打印机使用，没有删除"));
-        QVERIFY(queues().size() == 2 && machineContent().filter("driver Orvo").size() == 1);
+        QVERIFY(queues().size() == 3 && machineContent().filter("driver Orvo").size() == 1);
         prepareMachine();
         failCalls("RegQueryValueExW", ERROR_FILE_NOT_FOUND, 0, -1);
         QCOMPARE(message(), QString("驱动“Orvo OX-410T”没有删除"));
@@ -192,6 +193,12 @@ private slots:
             const auto result = outcomeOf(DriverUpdateThread());
             QVERIFY2(result.first == outcome && result.second.startsWith(message), qPrintable(result.second));
             QCOMPARE(argumentsOf("PrintUIEntry").size(), qstrcmp(function, "PrintUIEntry") == 0 ? 2 : 0);
+        }
+        for (const char *value : {"CloudId", "CloudPort"}) {
+            prepareMachine();
+            failCalls("PrintUIEntry", ERROR_PRINTER_DRIVER_IN_USE);
+            beforeCall("ControlService", [value] { setPrinterData("前台", value, REG_BINARY, "changed"); });
+            QVERIFY(outcomeOf(DriverUpdateThread()).second.startsWith(std::get<3>(rows[0])));
         }
     }
 
@@ -257,8 +264,14 @@ private slots:
         QCOMPARE(click(buttons[1]), QString("已替换1台打印机"));
         QCOMPARE(click(buttons[0]), QString("驱动已更新到版本1.4.0.2"));
         QVERIFY(state(1) == "正常" && !buttons[0]->isEnabled() && !buttons[1]->isVisible());
+        QCOMPARE(window.findChild<QTreeWidget *>()->topLevelItemCount(), 2);
         clickOn(window, "closeButton");
         QVERIFY(!window.isVisible());
+        // What a killed replacement has left can be removed although nothing is outdated.
+        addCloudPrinter("前台（替换中）", "OXCloud009", 8109, "0123456789ABCDEF");
+        DriverUpdateWindow next;
+        next.show();
+        QVERIFY(next.findChildren<QWidget *>("action")[1]->isVisible());
     }
 
     /// The real program, at several moments. A set-up process that outlives it can come in the way of the next one, and
