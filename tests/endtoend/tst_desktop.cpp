@@ -133,8 +133,13 @@ void DesktopTest::windowAndTray()
         QCOMPARE(m_world->run("OrvoCloudManager"), 0);
         QVERIFY(activates(mainWindow));
     }
-    desktop().press({"alt+F4"});
-    QVERIFY(hides(mainWindow));
+    // More than once: the first key that is pressed on a display can be lost while the server changes to that keyboard.
+    QVERIFY(QTest::qWaitFor(
+        [&] {
+            desktop().press({"alt+F4"});
+            return !isShown(mainWindow);
+        },
+        timeout));
     // The question is now the last window that closes.
     chooseInMenu("Up");
     QVERIFY(activates(exitQuestion));

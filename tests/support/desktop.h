@@ -37,6 +37,9 @@ public:
     /// mouse button of xdotool, with its options before it. False while there is no icon.
     bool clickTrayIcon(qint64 process, const QStringList &click) const;
 
+    /// Returns when it is no longer visible.
+    void minimise(const QString &window) const { hand({"windowminimize", "--sync", window}); }
+
     /// Replaces the text of the line edit that has the keyboard.
     void type(const QString &text) const;
 
