@@ -11,33 +11,33 @@ const auto temporarySuffix = QStringLiteral("（替换中）");
 
 void bindQueue(const QString &queue, const Printer &printer)
 {
-    CPrinter spooler;
-    require(spooler.SetCloudPrinterId(queue, printer.serial) == 0, QStringLiteral("无法设置云序列号"));
-    require(spooler.SetPrinterPortNum(queue, printer.portNumber), QStringLiteral("无法设置端口号"));
+    require(CPrinter().SetCloudPrinterId(queue, printer.serial) == 0, QStringLiteral("无法设置云序列号"));
+    require(CPrinter().SetPrinterPortNum(queue, printer.portNumber), QStringLiteral("无法设置端口号"));
 }
 
 void removeTemporary(const QString &temporary)
 {
-    CPrinter spooler;
     // Twice: it would look like a printer of the user's.
-    const bool removed = spooler.RemovePrinter(temporary) || spooler.RemovePrinter(temporary);
+    const bool removed = CPrinter().RemovePrinter(temporary) || CPrinter().RemovePrinter(temporary);
     require(removed || !DriverCheck::findQueue(temporary), QStringLiteral("无法删除临时打印机“%1”").arg(temporary));
 }
 
-/// After a failure, or a run that was killed. Until the printer has its values the temporary queue keeps them; if the
-/// user has deleted the printer since, the temporary queue becomes the printer.
+/// After a failure, or a run that was killed. Until the printer, which is on the same port, has its values the
+/// temporary queue keeps them; if the user has deleted the printer since, the temporary queue becomes the printer.
 void cleanUp(const QString &temporary)
 {
-    const QString name = temporary.section(temporarySuffix, 0, 0);
     const std::optional<Printer> values = DriverCheck::findQueue(temporary);
-    const std::optional<Printer> printer = DriverCheck::findQueue(name);
+    const QList<Printer> printers = DriverCheck::queues([&values](const Printer &queue) {
+        return values && queue.port == values->port && !ReplacePrintersThread::isTemporary(queue.name);
+    });
     const bool isBound = values && values->isBound();
-    if (isBound && !printer) {
+    if (isBound && printers.isEmpty()) {
+        const QString name = temporary.section(temporarySuffix, 0, 0);
         require(CPrinter().RenamePrinter(temporary, name), QStringLiteral("无法改名为“%1”").arg(name));
         return;
     }
-    if (isBound && !printer->isBound())
-        bindQueue(name, *values);
+    if (isBound && !printers.first().isBound())
+        bindQueue(printers.first().name, *values);
     removeTemporary(temporary);
 }
 
