@@ -87,8 +87,9 @@ SpoolJob toSpoolJob(const JOB_INFO_2W &info)
 }
 
 /// Reads the PRINTER_INFO_2 of a queue, lets `change` change it and writes it back. False, and a log line, on failure.
+/// If `check` then throws, what was read is written again.
 template <typename Change>
-bool changeInfo(const QString &name, const char *openPlace, Change change)
+bool changeInfo(const QString &name, const char *openPlace, Change change, const std::function<void()> &check)
 {
     const PrinterHandle printer(name, PRINTER_ALL_ACCESS, openPlace);
     if (!printer)
@@ -97,12 +98,22 @@ bool changeInfo(const QString &name, const char *openPlace, Change change)
         readInfo(printer, {"694_CPrinter GetPrinter getlasterror is", "704_CPrinter GetPrinter getlasterror is"});
     if (!block.bytes)
         return false;
-    change(*block.as<PRINTER_INFO_2W>());
-    if (SetPrinterW(printer.get(), 2, block.bytes.get(), 0))
-        return true;
-    const DWORD error = GetLastError();
-    qDebug() << "715_CPrinter SetPrinter getlasterror is" << error;
-    return false;
+    auto &info = *block.as<PRINTER_INFO_2W>();
+    const PRINTER_INFO_2W before = info;
+    change(info);
+    if (!SetPrinterW(printer.get(), 2, block.bytes.get(), 0)) {
+        const DWORD error = GetLastError();
+        qDebug() << "715_CPrinter SetPrinter getlasterror is" << error;
+        return false;
+    }
+    try {
+        check();
+    } catch (...) {
+        info = before;
+        SetPrinterW(printer.get(), 2, block.bytes.get(), 0);
+        throw;
+    }
+    return true;
 }
 
 } // namespace
@@ -205,36 +216,20 @@ bool CPrinter::RenamePrinter(const QString &oldName, const QString &newName)
 {
     qDebug() << "676_CPrinter RenamePrinter" << oldName << newName;
     WideText name(newName);
-    return changeInfo(oldName, "684_CPrinter", [&](PRINTER_INFO_2W &info) { info.pPrinterName = name.data(); });
+    const auto rename = [&name](PRINTER_INFO_2W &info) { info.pPrinterName = name.data(); };
+    return changeInfo(oldName, "684_CPrinter", rename, [] {});
 }
 
 bool CPrinter::SetPrinterDriver(const QString &name, const QString &driver, const std::function<void()> &check)
 {
     qDebug() << "CPrinter SetPrinterDriver" << name << driver;
-    const PrinterHandle printer(name, PRINTER_ALL_ACCESS, "CPrinter");
-    const auto write = [&printer](PRINTER_INFO_2W info) {
-        return SetPrinterW(printer.get(), 2, reinterpret_cast<BYTE *>(&info), 0) != FALSE;
-    };
-    const SpoolerBlock block =
-        printer ? readInfo(printer, {"CPrinter GetPrinter", "CPrinter GetPrinter"}) : SpoolerBlock();
-    if (!block.bytes)
-        return false;
-    const PRINTER_INFO_2W before = *block.as<PRINTER_INFO_2W>();
-    PRINTER_INFO_2W changed = before;
     WideText driverName(driver);
-    changed.pDriverName = driverName.data();
-    changed.pDevMode = nullptr; // the old driver's settings; without them the queue gets the new one's defaults
-    if (!write(changed)) {
-        qDebug() << "CPrinter SetPrinter getlasterror is" << GetLastError();
-        return false;
-    }
-    try {
-        check();
-    } catch (...) {
-        write(before);
-        throw;
-    }
-    return true;
+    const auto change = [&driverName](PRINTER_INFO_2W &info) {
+        info.pDriverName = driverName.data();
+        // These settings belong to the old driver; without them the queue gets the new driver's defaults.
+        info.pDevMode = nullptr;
+    };
+    return changeInfo(name, "CPrinter", change, check);
 }
 
 bool CPrinter::DeletePrintJob(void *printer)
